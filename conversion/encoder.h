@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QObject>
+#include <QProcess>
+#include <QString>
+
+struct JobData;
+
+// One run of an external encoder, fed through its standard input. User-interface thread.
+class Encoder : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY(Encoder)
+
+public:
+    // job: not owned, must outlive the encoder.
+    Encoder(JobData &job, const QString &arguments);
+    ~Encoder() override;
+
+    // Starts the process; false only when its signals could not be connected. A program that
+    // cannot be started is told by convertErrored(0). Called once.
+    virtual bool start();
+    virtual QString programPath() const = 0;
+    virtual bool parseProgress(const QString &line) = 0; // true when the line told progress
+
+    // Bytes accepted for the child's standard input, -1 when it does not run (any more).
+    qint64 write(const char *bytes, qint64 length);
+    qint64 pendingInput() const; // bytes accepted that the child has not taken yet
+    void closeInput();           // end of data
+    bool isRunning() const;
+    // Kills the child and waits for its end, at most 30 s; neither end signal follows. False when
+    // it did not run.
+    bool stop();
+
+signals:
+    // A run announces its end once, by one of these two.
+    void convertFinished(int nRe); // ended with exit code 0
+    void convertErrored(int nRe);  // 1: abnormal end, else a QProcess::ProcessError
+    void inputTaken();             // the child took some of the pending input
+
+public slots:
+    void readFromStdOut();
+    void readFromError();
+    void onStart();
+    void onError(QProcess::ProcessError error);
+    void onFinished(int exitCode, QProcess::ExitStatus exitStatus);
+
+protected:
+    JobData &job() { return m_job; }
+
+private:
+    void handleLine(const QByteArray &line);
+
+    JobData &m_job;
+    QString m_arguments;
+    QProcess m_EncodeProcess;
+    QByteArray m_unfinishedLine;
+    bool m_stoppedByUser = false;
+    bool m_ended = false;
+};

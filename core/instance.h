@@ -1,0 +1,25 @@
+#pragma once
+
+#include <atomic>
+
+// The program's one copy of a class that can be built anywhere else as well: created on first use,
+// deleted at a fixed place of the shut-down, made anew by a later use. The first use and the
+// deletion happen on the user-interface thread.
+template <typename Class>
+class ProcessInstance final
+{
+public:
+    static Class *get()
+    {
+        Class *object = s_object.load();
+        if (!object) {
+            object = new Class;
+            s_object.store(object);
+        }
+        return object;
+    }
+    static void destroy() { delete s_object.exchange(nullptr); }
+
+private:
+    static inline std::atomic<Class *> s_object{nullptr};
+};

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QMessageBox>
+#include <QString>
+
+// The window that message boxes belong to; null forgets it. Not owned.
+void setMainWindow(QWidget *window);
+// Runs a modal message box; an empty title stands for the product's name.
+QMessageBox::StandardButton showMessageBox(QMessageBox::Icon icon, const QString &title,
+                                           const QString &text,
+                                           QMessageBox::StandardButtons buttons,
+                                           QMessageBox::StandardButton defaultButton);
+bool bringToFront(QWidget *window); // always true; a null window is accepted
+void setFixedDialogFlags(QWidget *dialog);
+void setFramelessDialogFlags(QWidget *dialog);

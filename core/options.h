@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QSettings>
+#include <QString>
+
+class QTableWidget;
+class QWidget;
+
+// The person's settings. User-interface thread only; users read the public fields directly.
+// Unreadable values give the default, failed writes are ignored.
+class Options final
+{
+public:
+    Options();
+    static Options *instance();
+    static void destroyInstance();
+
+    bool load(); // always true
+    bool save(); // always true; writes the "Options" settings, not "JS Path" and not "Debug"
+
+    bool saveGeometry(const QString &name, const QWidget *widget);
+    bool restoreGeometry(const QString &name, QWidget *widget);
+    bool saveColumns(const QString &name, const QTableWidget *table);
+    // False when there is no text to restore from. A text with another number of columns than the
+    // table has changes nothing.
+    bool restoreColumns(const QString &name, QTableWidget *table, const QString &defaultColumns);
+
+    bool ensureOutputFolder();
+    bool openOutputFolder();
+    // The per-user data folder, created when missing; ends with a separator.
+    QString appDataPath() const;
+    static QString defaultOutputFolder(); // ends with a separator
+
+    QString outputFolder; // ends with the native separator
+    int sourceQuality = 0;
+    int outputFormat = 0;
+    bool deleteFinishedVideo = false;
+    int lastActiveTable = 0;
+    bool queryOnExit = false;
+    bool autoOpenNew = false;
+    bool notifyWhenFinished = false;
+    bool shutDownWhenAllFinished = false;
+    int trayNotifyDuration = 0; // seconds
+    bool showMainFrame = false;
+    int jsVersion = -1;
+    QString jsPath; // ends with a separator by default
+    bool firstCloseMainFrame = false;
+
+    bool enableLogging = false;
+    bool deleteTempFile = false;
+    bool appendDeviceName = false;
+    bool removeUpdateFile = false;
+
+private:
+    QSettings m_settings;
+};

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+class QObject;
+class QWidget;
+
+// Everything the program asks of the system. Nothing else includes a system header or asks which
+// system it runs on. User-interface thread unless said otherwise.
+namespace platform {
+
+// Holds a mutex of that name until the process ends; whether it was free is not told.
+void holdNamedMutex(const QString &name);
+// Key of the message segment for QSharedMemory::setNativeKey, private to the user.
+QString instanceSegmentKey(const QString &title);
+// Calls the handler, in the context's thread, when the system asks the program to end: session end
+// or a termination request to the process. Connects once per context.
+void watchSessionEnd(QObject *context, const std::function<void()> &handler);
+
+void activateWindow(QWidget *window); // to the foreground, restored when minimised
+
+QString documentsFolder(); // empty when there is none
+QString videosFolder();
+QString applicationDataFolder();
+
+bool openFolder(const QString &path);
+// What came of opening a file with the program of its type.
+enum class OpenResult { Opened, NoProgram, Failed };
+OpenResult openFile(const QString &path);
+bool chooseProgramFor(const QString &path); // the system's chooser of a program for the file
+bool browseFolder(QWidget *parent, const QString &title, const QString &initialPath,
+                  QString *chosen);
+
+QString newGuid();   // upper case with braces
+quint32 tickCount(); // milliseconds of a steady clock, wrapping. Any thread.
+
+bool suspend(bool hibernate);
+bool hasShutDownRight();     // the means to ask for a shut-down are there
+bool acquireShutDownRight(); // this program may shut the computer down
+bool requestShutDown();
+
+} // namespace platform

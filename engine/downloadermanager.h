@@ -1,0 +1,65 @@
+#pragma once
+
+#include "httpjob.h"
+
+#include <QObject>
+
+#include <memory>
+#include <vector>
+
+// The list widgets as the manager sees them: it pushes changes into the rows and never asks what
+// they look like.
+class JobView
+{
+public:
+    virtual void insertJob(HttpJob *job, int row = -1) = 0; // -1 appends
+    virtual bool updateJob(HttpJob *job) = 0;               // false: no row of that job
+    virtual bool removeJob(HttpJob *job) = 0;
+
+protected:
+    ~JobView() = default;
+};
+
+// All jobs of the program. Owns every job for the whole run; removed jobs are only flagged.
+// User-interface thread.
+class DownloaderManager final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY(DownloaderManager)
+
+public:
+    explicit DownloaderManager(const RetryDelays &delays = RetryDelays());
+    ~DownloaderManager() override; // stops unfinished jobs and saves all
+    static DownloaderManager *instance();
+    static void destroyInstance();
+
+    HttpJob *addJob(const VideoInfo &info);          // created and started; owned by the manager
+    void addLoadedJob(std::unique_ptr<HttpJob> job); // not started
+    HttpJob *findJob(int id) const;                  // null: none that is not removed
+    const std::vector<std::unique_ptr<HttpJob>> &jobs() const { return m_jobs; }
+
+    bool startJob(int id);
+    bool pauseJob(int id);
+    bool removeJob(int id, bool deleteFiles);
+    void startAll();
+    void pauseAll();
+    void resumeRunning();     // starts every job whose state is Start; once after loading
+    bool saveAll();           // one row per job that is not removed; always true
+    bool allFinished() const; // a paused job counts as unfinished
+
+    void updateViews(JobView *downloadList, JobView *finishedList);
+    void fillViews(JobView *downloadList, JobView *finishedList);
+
+signals:
+    void sigFinished(int nID);
+    void sigAllFinished();
+
+public slots:
+    void onFinished(int nID);
+
+private:
+    int nextId() const;
+
+    RetryDelays m_delays;
+    std::vector<std::unique_ptr<HttpJob>> m_jobs;
+};
