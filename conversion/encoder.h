@@ -23,9 +23,10 @@ public:
     virtual QString programPath() const = 0;
     virtual bool parseProgress(const QString &line) = 0; // true when the line told progress
 
-    // Bytes accepted for the child's standard input, -1 when it does not run (any more).
+    // Bytes accepted for the child's standard input, -1 when it takes none: it does not run (any
+    // more), or its input was closed on either side.
     qint64 write(const char *bytes, qint64 length);
-    qint64 pendingInput() const; // bytes accepted that the child has not taken yet
+    qint64 pendingInput() const; // bytes accepted that the child may still take
     void closeInput();           // end of data
     bool isRunning() const;
     // Kills the child and waits for its end, at most 30 s; neither end signal follows. False when
@@ -33,10 +34,12 @@ public:
     bool stop();
 
 signals:
-    // A run announces its end once, by one of these two.
+    // A run announces its end once, by one of these two, from the event loop: the receiver may
+    // delete the encoder. Never before start() has returned.
     void convertFinished(int nRe); // ended with exit code 0
-    void convertErrored(int nRe);  // 1: abnormal end, else a QProcess::ProcessError
-    void inputTaken();             // the child took some of the pending input
+    void convertErrored(int nRe);  // 0: could not be started, 1: any other end
+    // The child took some of the pending input, or will take no more of it.
+    void inputTaken();
 
 public slots:
     void readFromStdOut();
@@ -50,11 +53,13 @@ protected:
 
 private:
     void handleLine(const QByteArray &line);
+    void announceEnd(void (Encoder::*signal)(int), int code);
 
     JobData &m_job;
     QString m_arguments;
     QProcess m_EncodeProcess;
     QByteArray m_unfinishedLine;
+    bool m_inputRefused = false; // the child closed its end
     bool m_stoppedByUser = false;
     bool m_ended = false;
 };

@@ -9,6 +9,7 @@
 #include <vector>
 
 class Encoder;
+class QDomNode;
 struct JobData;
 
 // One output format.
@@ -46,7 +47,10 @@ public:
     static OutputProfileManager *instance();
     static void destroyInstance();
 
-    bool load();                    // from Profiles.xml beside the executable
+    // The folder that holds Profiles.xml and encoder/; empty for the executable's.
+    void setProgramFolder(const QString &folder) { m_programFolder = folder; }
+
+    bool load();                    // Profiles.xml of the program folder
     bool load(const QString &path); // from a file of that path
 
     const std::vector<std::unique_ptr<SaveAsGroup>> &groups() const { return m_groups; }
@@ -60,15 +64,20 @@ public:
     QString displayName(int id) const; // empty for an unknown id
     const SaveAsItem *itemById(int id) const;
 
-    // Index of the stream that fits the quality best; -1 stands for the stored source quality.
-    // 0 when nothing fits, also for an empty list.
+    // Index of the stream that fits the quality best; -1 stands for the stored source quality, an
+    // unknown quality for the last one. 0 when nothing fits, also for an empty list.
     int matchQuality(const QVector<VideoStream> &streams, int quality = -1) const;
 
-    // A configured encoder for the job, or null when the job's output format does not exist. Fills
-    // output_name, output_demision and outputFormatName of the job, which must outlive the encoder.
+    // A configured encoder for the job, or null when the job's output format does not exist or is
+    // 0. Fills output_name, output_demision and outputFormatName of the job, which must outlive the
+    // encoder.
     std::unique_ptr<Encoder> createEncoder(JobData &job) const;
 
 private:
+    bool loadQualities(const QDomNode &element);
+    bool loadGroups(const QDomNode &element);
+
+    QString m_programFolder;
     std::vector<std::unique_ptr<SaveAsGroup>> m_groups;
     QVector<VideoQuality> m_qualities;
     const SaveAsItem *m_current = nullptr;

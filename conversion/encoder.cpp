@@ -1,0 +1,164 @@
+#include "encoder.h"
+
+#include "encodercommand.h"
+#include "jobdata.h"
+#include "trace.h"
+
+static constexpr int processWaitMs = 30000;
+// A flood without line ends must not fill the memory.
+static constexpr int longestLine = 64 * 1024;
+
+Encoder::Encoder(JobData &job, const QString &arguments)
+    : m_job(job)
+    , m_arguments(arguments)
+{
+}
+
+Encoder::~Encoder()
+{
+    m_EncodeProcess.disconnect(this);
+    if (m_EncodeProcess.state() != QProcess::NotRunning) {
+        m_EncodeProcess.kill();
+        m_EncodeProcess.waitForFinished(processWaitMs);
+    }
+}
+
+bool Encoder::start()
+{
+    connect(&m_EncodeProcess, &QProcess::bytesWritten, this, &Encoder::inputTaken);
+    connect(&m_EncodeProcess, &QProcess::readyReadStandardOutput, this, &Encoder::readFromStdOut);
+    connect(&m_EncodeProcess, &QProcess::readyReadStandardError, this, &Encoder::readFromError);
+    connect(&m_EncodeProcess, &QProcess::started, this, &Encoder::onStart);
+    connect(&m_EncodeProcess, &QProcess::errorOccurred, this, &Encoder::onError);
+    const bool connected =
+        connect(&m_EncodeProcess, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished),
+                this, &Encoder::onFinished);
+    if (!connected) {
+        TRACE() << "connect(&m_EncodeProcess, SIGNAL(readyReadStandardOutput()), this,    "
+                   "SLOT(redFromStdOut())) failed";
+        return false;
+    }
+    const QString command = quotedArgument(programPath()) + QLatin1Char(' ') + m_arguments;
+    TRACE() << command;
+    QStringList arguments = QProcess::splitCommand(command);
+    const QString program = arguments.takeFirst();
+    m_EncodeProcess.start(program, arguments, QIODevice::ReadWrite);
+    // A program that does not start is told by onError.
+    m_EncodeProcess.waitForStarted(processWaitMs);
+    return true;
+}
+
+qint64 Encoder::write(const char *bytes, qint64 length)
+{
+    if (!isRunning() || m_inputRefused)
+        return -1;
+    const qint64 accepted = m_EncodeProcess.write(bytes, length);
+    // Zero is what a closed channel answers; a caller that tries again would do so for ever.
+    return accepted == 0 && length > 0 ? -1 : accepted;
+}
+
+qint64 Encoder::pendingInput() const
+{
+    return isRunning() && !m_inputRefused ? m_EncodeProcess.bytesToWrite() : 0;
+}
+
+void Encoder::closeInput()
+{
+    if (isRunning())
+        m_EncodeProcess.closeWriteChannel();
+}
+
+bool Encoder::isRunning() const
+{
+    return m_EncodeProcess.state() == QProcess::Running;
+}
+
+bool Encoder::stop()
+{
+    const bool running = m_EncodeProcess.state() != QProcess::NotRunning;
+    // An end that waits for the event loop is not announced any more either.
+    m_stoppedByUser = m_stoppedByUser || running || m_ended;
+    if (!running)
+        return false;
+    m_EncodeProcess.kill();
+    m_EncodeProcess.waitForFinished(processWaitMs);
+    return true;
+}
+
+void Encoder::readFromStdOut()
+{
+    TRACE() << m_EncodeProcess.readAllStandardOutput();
+}
+
+void Encoder::readFromError()
+{
+    m_unfinishedLine += m_EncodeProcess.readAllStandardError();
+    int begin = 0;
+    for (int at = 0; at < m_unfinishedLine.size(); ++at) {
+        const char byte = m_unfinishedLine.at(at);
+        if (byte != '\r' && byte != '\n')
+            continue;
+        handleLine(m_unfinishedLine.mid(begin, at - begin));
+        begin = at + 1;
+    }
+    m_unfinishedLine.remove(0, begin);
+    if (m_unfinishedLine.size() > longestLine) {
+        handleLine(m_unfinishedLine);
+        m_unfinishedLine.clear();
+    }
+}
+
+void Encoder::handleLine(const QByteArray &line)
+{
+    if (line.isEmpty())
+        return;
+    const QString text = QString::fromLocal8Bit(line);
+    TRACE() << text;
+    if (m_job.video_state == JobState::Start && !m_stoppedByUser)
+        parseProgress(text);
+}
+
+void Encoder::onStart()
+{
+    TRACE() << "Encoder::onStart()";
+}
+
+void Encoder::onError(QProcess::ProcessError error)
+{
+    TRACE() << QStringLiteral("Encoder::onError(%1)").arg(error);
+    if (error == QProcess::FailedToStart) {
+        announceEnd(&Encoder::convertErrored, error);
+    } else if (error == QProcess::WriteError) {
+        // The child wants no more input and keeps running. Whoever waits for it to take the rest
+        // would wait for ever.
+        m_inputRefused = true;
+        emit inputTaken();
+    }
+    // After a crash finished() follows with the rest of the output; nothing else is an end.
+}
+
+void Encoder::onFinished(int exitCode, QProcess::ExitStatus exitStatus)
+{
+    readFromError();
+    handleLine(m_unfinishedLine);
+    m_unfinishedLine.clear();
+    if (exitStatus == QProcess::NormalExit && exitCode == 0)
+        announceEnd(&Encoder::convertFinished, 0);
+    else
+        announceEnd(&Encoder::convertErrored, 1);
+}
+
+// The receiver deletes the encoder, so this waits until the process is done with its own signal.
+void Encoder::announceEnd(void (Encoder::*signal)(int), int code)
+{
+    if (m_ended)
+        return;
+    m_ended = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this, signal, code] {
+            if (!m_stoppedByUser)
+                (this->*signal)(code);
+        },
+        Qt::QueuedConnection);
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QString>
+
+struct SaveAsItem;
+
+// The command line of the encoder, built from an output format and a job. Any thread.
+
+// Fits the source picture into the target box, keeps its shape and pads the rest with black:
+// "320x180 -padtop 30 -padbottom 30 -padcolor 0x000000". The target as it stands when the shapes
+// are alike, and when one of the two sizes is unknown or zero.
+QString frameSizeArgument(const QString &source, const QString &target);
+
+struct EncoderSize
+{
+    QString argument;     // what stands for $size
+    QString dimension;    // frame size of the converted file, "640x360"
+    bool unknown = false; // the source size could not be read
+};
+EncoderSize encoderSize(const SaveAsItem &item, const QString &source);
+
+// Full path of the converted file. folder ends with a separator.
+QString encoderOutputPath(const QString &folder, const QString &guid, const SaveAsItem &item,
+                          const QString &dimension, bool appendDeviceName);
+
+// The item's template with its placeholders filled; the text after the program's path.
+QString encoderArguments(const QString &commandTemplate, const QString &sizeArgument,
+                         const QString &outputName);
+
+// In double quotes, such that QProcess::splitCommand gives the text back as one argument.
+QString quotedArgument(const QString &text);
