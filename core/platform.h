@@ -16,6 +16,21 @@ namespace platform {
 void holdNamedMutex(const QString &name);
 // Key of the message segment for QSharedMemory::setNativeKey, private to the user.
 QString instanceSegmentKey(const QString &title);
+// A lock between the processes of one user. The system releases it when its holder dies.
+class ProcessLock final
+{
+public:
+    // key: as instanceSegmentKey gives it.
+    explicit ProcessLock(const QString &key);
+    ~ProcessLock();
+    Q_DISABLE_COPY(ProcessLock)
+
+    bool lock(int milliseconds); // false when another process kept it for that long
+    void unlock();
+
+private:
+    int m_handle = -1;
+};
 // Calls the handler, in the context's thread, when the system asks the program to end: session end
 // or a termination request to the process. Connects once per context.
 void watchSessionEnd(QObject *context, const std::function<void()> &handler);

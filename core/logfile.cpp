@@ -1,0 +1,67 @@
+#include "logfile.h"
+
+#include "appinfo.h"
+#include "instance.h"
+#include "options.h"
+#include "trace.h"
+
+#include <QDate>
+#include <QDir>
+#include <QTextStream>
+
+LogFile::LogFile()
+{
+    if (Options::instance()->enableLogging)
+        open();
+}
+
+LogFile::~LogFile()
+{
+    if (isOpen())
+        close();
+    m_opened = false;
+}
+
+LogFile *LogFile::instance()
+{
+    return ProcessInstance<LogFile>::get();
+}
+
+void LogFile::destroyInstance()
+{
+    ProcessInstance<LogFile>::destroy();
+}
+
+bool LogFile::open()
+{
+    QMutexLocker lock(&m_mutex);
+    if (m_opened)
+        return true;
+    const QString stem = QDir::tempPath() + QLatin1Char('/') + AppInfo::instance()->title +
+                         QLatin1Char('-') +
+                         QDate::currentDate().toString(QStringLiteral("yyyy-M-d"));
+    QString path = stem + QStringLiteral(".log");
+    for (int number = 0;; ++number) {
+        if (!QFile::exists(path)) {
+            TRACE() << "Log file:" << path;
+            setFileName(path);
+            // A second program may take the same name between the look and the creation.
+            m_opened = QFile::open(QIODevice::ReadWrite | QIODevice::NewOnly);
+            if (m_opened || !QFile::exists(path))
+                return m_opened;
+        }
+        path = stem + QLatin1Char('_') + QString::number(number) + QStringLiteral(".log");
+    }
+}
+
+void LogFile::write(const QString &tag, const QString &text)
+{
+    QMutexLocker lock(&m_mutex);
+    if (!m_opened || !isOpen())
+        return;
+    {
+        QTextStream stream(this);
+        stream << tag << text << QStringLiteral("\r\n");
+    }
+    flush();
+}

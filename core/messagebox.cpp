@@ -1,0 +1,51 @@
+#include "messagebox.h"
+
+#include "appinfo.h"
+#include "platform.h"
+
+#include <QPointer>
+
+static QPointer<QWidget> &mainWindow()
+{
+    static QPointer<QWidget> window;
+    return window;
+}
+
+void setMainWindow(QWidget *window)
+{
+    mainWindow() = window;
+}
+
+QMessageBox::StandardButton showMessageBox(QMessageBox::Icon icon, const QString &title,
+                                           const QString &text,
+                                           QMessageBox::StandardButtons buttons,
+                                           QMessageBox::StandardButton defaultButton)
+{
+    QMessageBox box(mainWindow());
+    box.setWindowTitle(title.isEmpty() ? AppInfo::instance()->productName : title);
+    box.setIcon(icon);
+    // Titles of videos and names of files are no markup.
+    box.setTextFormat(Qt::PlainText);
+    box.setText(text);
+    box.setStandardButtons(buttons);
+    box.setDefaultButton(defaultButton);
+    box.setAttribute(Qt::WA_QuitOnClose, false);
+    return static_cast<QMessageBox::StandardButton>(box.exec());
+}
+
+bool bringToFront(QWidget *window)
+{
+    if (window)
+        platform::activateWindow(window);
+    return true;
+}
+
+void setFixedDialogFlags(QWidget *dialog)
+{
+    dialog->setWindowFlags(Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint | Qt::WindowTitleHint);
+}
+
+void setFramelessDialogFlags(QWidget *dialog)
+{
+    dialog->setWindowFlags(Qt::Dialog | Qt::FramelessWindowHint);
+}

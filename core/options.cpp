@@ -1,0 +1,210 @@
+#include "options.h"
+
+#include "appinfo.h"
+#include "files.h"
+#include "instance.h"
+#include "platform.h"
+#include "windowplace.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QTableWidget>
+
+static QString maker()
+{
+    return QStringLiteral("Quarnitek");
+}
+
+// The settings of one sub-key.
+class SubKey final : public QSettings
+{
+public:
+    explicit SubKey(const QString &name)
+        : QSettings(QSettings::NativeFormat, QSettings::UserScope, maker(),
+                    AppInfo::instance()->title)
+    {
+        setFallbacksEnabled(false);
+        beginGroup(name);
+    }
+};
+
+static QString readText(const QSettings &settings, const QString &key)
+{
+    // A text with commas that was written by hand without quotes is read as a list.
+    return settings.value(key).toStringList().join(QLatin1Char(','));
+}
+
+static int readNumber(const QSettings &settings, const QString &key, int defaultValue)
+{
+    bool ok = false;
+    const int value = settings.value(key).toInt(&ok);
+    return ok ? value : defaultValue;
+}
+
+static bool readFlag(const QSettings &settings, const QString &key, bool defaultValue)
+{
+    const QString text = settings.value(key).toString().trimmed().toLower();
+    if (text == QLatin1String("true"))
+        return true;
+    if (text == QLatin1String("false"))
+        return false;
+    bool ok = false;
+    const int number = text.toInt(&ok);
+    return ok ? number != 0 : defaultValue;
+}
+
+Options::Options()
+    : m_settings(QSettings::NativeFormat, QSettings::UserScope, maker(), AppInfo::instance()->title)
+{
+    m_settings.setFallbacksEnabled(false);
+    m_settings.beginGroup(QStringLiteral("Options"));
+}
+
+Options *Options::instance()
+{
+    return ProcessInstance<Options>::get();
+}
+
+void Options::destroyInstance()
+{
+    ProcessInstance<Options>::destroy();
+}
+
+bool Options::load()
+{
+    outputFolder = readText(m_settings, QStringLiteral("Output Folder"));
+    if (outputFolder.isEmpty())
+        outputFolder = defaultOutputFolder();
+    ensureTrailingSeparator(outputFolder);
+    ensureDir(outputFolder);
+
+    sourceQuality = readNumber(m_settings, QStringLiteral("Source Quality"), 2);
+    outputFormat = readNumber(m_settings, QStringLiteral("Output Format"), 0);
+    deleteFinishedVideo = readFlag(m_settings, QStringLiteral("Delete Finished Video"), false);
+    lastActiveTable = readNumber(m_settings, QStringLiteral("Last Active Table"), 0);
+    queryOnExit = readFlag(m_settings, QStringLiteral("Query on Exit"), true);
+    autoOpenNew = readFlag(m_settings, QStringLiteral("Auto Open New"), true);
+    notifyWhenFinished = readFlag(m_settings, QStringLiteral("Notify When Finished"), true);
+    shutDownWhenAllFinished =
+        readFlag(m_settings, QStringLiteral("Shut Down When All Finished"), false);
+    trayNotifyDuration = readNumber(m_settings, QStringLiteral("Tray Notify Duration"), 5);
+    showMainFrame = readFlag(m_settings, QStringLiteral("Show Main Frame"), true);
+    jsVersion = readNumber(m_settings, QStringLiteral("JS Version"), 100);
+
+    jsPath = readText(m_settings, QStringLiteral("JS Path"));
+    if (jsPath.isEmpty())
+        jsPath = appDataPath() + QStringLiteral("script");
+    ensureTrailingSeparator(jsPath);
+    ensureDir(jsPath);
+
+    firstCloseMainFrame = readFlag(m_settings, QStringLiteral("First Close MainFrame"), true);
+
+    const SubKey debug(QStringLiteral("Debug"));
+    enableLogging = readFlag(debug, QStringLiteral("Enable Logging"), false);
+    deleteTempFile = readFlag(debug, QStringLiteral("Delete Temp File"), true);
+    appendDeviceName = readFlag(debug, QStringLiteral("Append Device Name"), false);
+    removeUpdateFile = readFlag(debug, QStringLiteral("Remove Update File"), true);
+    return true;
+}
+
+bool Options::save()
+{
+    m_settings.setValue(QStringLiteral("Output Folder"), outputFolder);
+    m_settings.setValue(QStringLiteral("Source Quality"), sourceQuality);
+    m_settings.setValue(QStringLiteral("Output Format"), outputFormat);
+    m_settings.setValue(QStringLiteral("Delete Finished Video"), deleteFinishedVideo);
+    m_settings.setValue(QStringLiteral("Last Active Table"), lastActiveTable);
+    m_settings.setValue(QStringLiteral("Tray Notify Duration"), trayNotifyDuration);
+    m_settings.setValue(QStringLiteral("Auto Open New"), autoOpenNew);
+    m_settings.setValue(QStringLiteral("Notify When Finished"), notifyWhenFinished);
+    m_settings.setValue(QStringLiteral("Shut Down When All Finished"), shutDownWhenAllFinished);
+    m_settings.setValue(QStringLiteral("Show Main Frame"), showMainFrame);
+    m_settings.setValue(QStringLiteral("JS Version"), jsVersion);
+    m_settings.setValue(QStringLiteral("Query on Exit"), queryOnExit);
+    m_settings.setValue(QStringLiteral("First Close MainFrame"), firstCloseMainFrame);
+    // Written at once: the next thing that happens may be the end of the process.
+    m_settings.sync();
+    return true;
+}
+
+bool Options::saveGeometry(const QString &name, const QWidget *widget)
+{
+    SubKey settings(name);
+    settings.setValue(QStringLiteral("size"), widget->size());
+    settings.setValue(QStringLiteral("pos"), widget->pos());
+    return true;
+}
+
+bool Options::restoreGeometry(const QString &name, QWidget *widget)
+{
+    const SubKey settings(name);
+    QSize size = settings.value(QStringLiteral("size")).toSize();
+    if (!size.isValid() || size.isEmpty())
+        size = QSize(800, 600);
+    const QVariant storedPosition = settings.value(QStringLiteral("pos"));
+    QPoint position(200, 200);
+    if (storedPosition.type() == QVariant::Point)
+        position = storedPosition.toPoint();
+    placeWindow(widget, position, size);
+    return true;
+}
+
+bool Options::saveColumns(const QString &name, const QTableWidget *table)
+{
+    QStringList widths;
+    for (int column = 0; column < table->columnCount(); ++column)
+        widths << QString::number(table->columnWidth(column));
+    SubKey(name).setValue(QStringLiteral("Columns"), widths.join(QLatin1Char(',')));
+    return true;
+}
+
+bool Options::restoreColumns(const QString &name, QTableWidget *table,
+                             const QString &defaultColumns)
+{
+    const SubKey settings(name);
+    const QString text = settings.contains(QStringLiteral("Columns"))
+                             ? readText(settings, QStringLiteral("Columns"))
+                             : defaultColumns;
+    if (text.isEmpty())
+        return false;
+    const QStringList widths = text.split(QLatin1Char(','));
+    if (widths.size() == table->columnCount()) {
+        for (int column = 0; column < widths.size(); ++column)
+            table->setColumnWidth(column, widths.at(column).toInt());
+    }
+    return true;
+}
+
+bool Options::ensureOutputFolder()
+{
+    return ensureDir(outputFolder);
+}
+
+bool Options::openOutputFolder()
+{
+    return ensureDir(outputFolder) && openFolder(outputFolder);
+}
+
+QString Options::appDataPath() const
+{
+    QString path = platform::applicationDataFolder();
+    if (path.isEmpty())
+        path = QDir::tempPath();
+    path = QDir::toNativeSeparators(path);
+    ensureTrailingSeparator(path);
+    path += maker() + QDir::separator() + AppInfo::instance()->title + QDir::separator();
+    ensureDir(path);
+    return path;
+}
+
+QString Options::defaultOutputFolder()
+{
+    QString path = platform::documentsFolder();
+    if (!ensureDir(path))
+        path = platform::videosFolder();
+    if (!ensureDir(path))
+        path = QCoreApplication::applicationDirPath();
+    path = QDir::toNativeSeparators(path);
+    ensureTrailingSeparator(path);
+    return path + AppInfo::instance()->title + QDir::separator();
+}
