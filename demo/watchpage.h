@@ -1,0 +1,9 @@
+#pragma once
+
+#include "demovideos.h"
+
+// The pages of the bundled site, complete HTML in UTF-8. Base is "http://HOST:PORT".
+QByteArray indexPage(const QString &base);
+// A watch page; without a video its player object says that it is not playable. Content lengths
+// are read off the files in the media folder.
+QByteArray watchPage(const DemoVideo *video, const QString &base, const QString &mediaFolder);
