@@ -13,8 +13,12 @@ class Cookies : public QObject
     Q_DISABLE_COPY(Cookies)
 
 public:
+    static constexpr int transferTimeout = 60000; // milliseconds without a byte
+
     explicit Cookies(QObject *parent = nullptr);
     ~Cookies() override;
+
+    void setTransferTimeout(int milliseconds);
 
     // The value of the answer's Set-Cookie header, several of them folded into one line that can be
     // sent as a Cookie header; empty when there is none or the request failed. Runs a nested event
@@ -34,4 +38,5 @@ private:
     QNetworkReply *m_reply = nullptr; // not owned: released with deleteLater
     QNetworkAccessManager *m_manager; // child
     QString m_cookieText;
+    int m_transferTimeout = transferTimeout;
 };

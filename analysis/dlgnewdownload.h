@@ -34,8 +34,11 @@ public slots:
 
 protected:
     bool event(QEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    void setUpForm();
+    void setAddress(const QString &text);
     void fillChoices();
     void applySelection();
     void showMessage(const QString &text);
@@ -44,4 +47,5 @@ private:
     VideoInfo m_videoInfo;
     QClipboard *m_clipboard; // the application's
     bool m_pasteArmed = true;
+    bool m_closed = false;
 };

@@ -25,5 +25,8 @@ public slots:
     void Finished(int nRe);
 
 private:
+    bool download(const QString &url, const QString &path);
+
     std::unique_ptr<Ui::dlgUpdating> m_ui;
+    bool m_closed = false;
 };

@@ -23,6 +23,8 @@ public:
     // The whole analysis, logged. User-interface thread; nested event loops run while the page is
     // fetched. info may hold a partial result after a failure.
     static int analyse(const QString &url, VideoInfo *info);
+    // The same with a fetcher of the caller's, made for this analysis, which can then be stopped.
+    static int analyse(const QString &url, HttpGet &fetcher, VideoInfo *info);
 
     // At most 5 attempts on the same fetcher, one right after the other, none after the calling
     // thread was asked to end. Empty: not obtained. Any thread.

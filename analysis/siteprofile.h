@@ -3,6 +3,10 @@
 #include <QString>
 #include <QVector>
 
+#include <functional>
+
+class QDomNode;
+
 struct ScriptFileEntry
 {
     QString description;
@@ -27,9 +31,16 @@ public:
     // Fetches every script file into the folder (which ends with a separator); stops at the first
     // failure. Nested event loops run.
     bool downloadScripts(const QString &dir);
+    // The same by a download function of the caller's: address, path of the file to write.
+    using Download = std::function<bool(const QString &, const QString &)>;
+    bool downloadScripts(const QString &dir, const Download &download) const;
 
     qint32 version = 0;
     qint32 size = 0;
     QString serverPath;
     QVector<SiteDomain> domains;
+
+private:
+    int readServer(const QDomNode &node);
+    int readDomain(const QDomNode &node);
 };
