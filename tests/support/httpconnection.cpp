@@ -280,8 +280,11 @@ void HttpConnection::pump()
         }
     }
     if (!m_headOnly && m_response.cutAfter >= 0 && m_sent >= m_response.cutAfter) {
-        if (m_socket.bytesToWrite() == 0)
-            m_socket.abort();
+        // An orderly close: a reset could take bytes back that were sent already.
+        m_sliceTimer.stop();
+        m_sending = false;
+        m_closing = true;
+        m_socket.disconnectFromHost();
         return;
     }
     const bool stalled =
