@@ -2,6 +2,7 @@
 
 #include "httpjob.h"
 
+#include <QHash>
 #include <QObject>
 
 #include <memory>
@@ -33,6 +34,7 @@ public:
     static DownloaderManager *instance();
     static void destroyInstance();
 
+    std::unique_ptr<HttpJob> newJob() const;         // empty, with the manager's retry delays
     HttpJob *addJob(const VideoInfo &info);          // created and started; owned by the manager
     void addLoadedJob(std::unique_ptr<HttpJob> job); // not started
     HttpJob *findJob(int id) const;                  // null: none that is not removed
@@ -59,7 +61,9 @@ public slots:
 
 private:
     int nextId() const;
+    HttpJob *registerJob(std::unique_ptr<HttpJob> job);
 
     RetryDelays m_delays;
     std::vector<std::unique_ptr<HttpJob>> m_jobs;
+    QHash<int, HttpJob *> m_jobOfId; // the first of that id; every job of m_jobs
 };

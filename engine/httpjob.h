@@ -3,6 +3,7 @@
 #include "jobrecord.h"
 #include "videoinfo.h"
 
+#include <QByteArray>
 #include <QObject>
 #include <QTimer>
 
@@ -57,8 +58,34 @@ public slots:
     void onRetry();
     void onError();
 
+    // The source file begins again at byte 0: a conversion begins again as well.
+    void onDownloadStartedOver();
+
 private:
     void startTransfer();
     void stopThread();
     void prepareConversion();
+    void releaseConversion(); // encoder and reader end
+    bool openReader();
+    void drain();
+    void finishDrain();
+    void retryIn(int milliseconds);
+    void endAs(JobState state);
+    void finish();
+    void fail();
+
+    static constexpr qint16 maxRestarts = 10;
+    static constexpr qint64 chunkSize = 8192; // bytes handed to the encoder per step
+    // Bytes that may wait for the encoder's child while the rest of a file is handed over.
+    static constexpr qint64 maxPendingInput = 4 * 1024 * 1024;
+
+    RetryDelays m_delays;
+    HttpThread *m_thread = nullptr; // child; deletes itself once abandoned
+    quint32 m_startTick;            // tick count of the last start, milliseconds
+    qint16 m_restartCount = 0;      // restarts after short transfers since the job was started
+    QTimer m_retryTimer;
+    std::unique_ptr<FileReader> m_reader;
+    std::unique_ptr<Encoder> m_encoder;
+    QByteArray m_buffer;
+    bool m_draining = false; // the download is complete, the encoder still gets its rest
 };

@@ -15,6 +15,9 @@ public:
     // the job stays in the list: a finished job stays only while its file exists.
     bool loadRow(QSqlQuery &query, int version);
     bool insertRow(); // writes the record as one row through the default connection
+    // The same with a query that was prepared once for many rows.
+    bool insertRow(QSqlQuery &prepared);
+    static QString insertStatement(); // what such a query is prepared with
 
     QString stateText() const;
     QString stateIcon() const; // resource path

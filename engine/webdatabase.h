@@ -23,6 +23,8 @@ public:
     bool Save(DownloaderManager *manager); // all jobs in one transaction
 
 private:
+    void connectTo(const QString &path);
+    void closeConnection();
     bool OpenDatabaseFile(const QString &path);
     bool CreateDatabaseFile(const QString &path);
     bool WriteVersion();

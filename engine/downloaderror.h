@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QtGlobal>
+
+// Error codes of a transfer that are not QNetworkReply::NetworkError values.
+enum DownloadError : qint32 {
+    FileError = 1000,
+    FileOpenError = 1001,
+    FileResizeError = 1002,
+    FileWriteError = 1003,
+    FilePositionError = 1004,
+    FilePermissionsError = 1005,
+    NoContentLength = 1006,
+    TooManyShortTransfers = 1007,
+    NoCookies = 1009,
+    HtmlInsteadOfVideo = 1010,
+    NoContentType = 1011,
+    ConversionNotStarted = 1012,
+};
+
+// True for a code after which the job does not try again.
+constexpr bool isFatalDownloadError(qint32 code)
+{
+    return (code >= 201 && code <= 204) || (code >= FileError && code <= TooManyShortTransfers) ||
+           (code >= HtmlInsteadOfVideo && code <= ConversionNotStarted);
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <QFile>
+#include <QNetworkReply>
+#include <QObject>
+#include <QString>
+
+class JobRecord;
+class QNetworkAccessManager;
+
+// Moves the bytes of one job's stream into its source file. Everything runs on the transfer thread
+// that built the task. An attempt says its end once, by sigFinished or sigError.
+class HttpTask final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY(HttpTask)
+
+public:
+    // record: not owned, outlives the task. outputFolder ends with a separator.
+    HttpTask(JobRecord &record, const QString &outputFolder);
+
+    bool prepareCookies(); // true when the job's page gave any
+    void startRequest();
+    int openSource();                             // for resuming: 0 or FileError
+    int createSource(const QString &contentType); // afresh: 0 or a DownloadError
+    void reportFileError(QFile::FileError error);
+    void stopTransfer(); // aborts the reply; nothing is said after it
+
+    static constexpr int StallTimeout = 60000;           // ms without a byte
+    static constexpr qint64 ReadBufferSize = 256 * 1024; // bytes the network layer may hold
+
+signals:
+    void sigFinished();
+    void sigError(qint32 err);
+    void sigReceive(qint64 bytesReceived); // bytes just written to the file
+    // The source file begins again at byte 0; what was read from it before counts no more.
+    void sigStartedOver();
+
+public slots:
+    void onReadyRead();
+    void onFinished();
+    void onNetworkError(QNetworkReply::NetworkError code);
+
+private:
+    enum class Body {
+        Undecided, // no answer seen yet
+        Stored,
+        Ignored, // not the stream: read and thrown away
+    };
+
+    bool prepareResume(); // false: the attempt has ended
+    void sendRequest();
+    void startOver();
+    Body judgeAnswer(); // Undecided: the attempt has ended or begun again
+    bool beginFile();   // false: the attempt has ended
+    void storeAvailable();
+    bool completeAccordingTo(const QNetworkReply &answer);
+    void releaseReply();
+    void endWell();
+    void endWith(qint32 error);
+
+    JobRecord &m_record;
+    QString m_outputFolder;
+    QFile *m_file;                    // child
+    QNetworkReply *m_reply = nullptr; // released with deleteLater
+    QNetworkAccessManager *m_manager; // child
+    qint64 m_bytesReceived = 0;
+    qint64 m_resumeFrom = 0; // offset asked for; 0: the whole stream
+    Body m_body = Body::Undecided;
+    bool m_ended = false;
+};

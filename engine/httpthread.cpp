@@ -1,0 +1,72 @@
+#include "httpthread.h"
+
+#include "httpjob.h"
+#include "httptask.h"
+#include "options.h"
+#include "trace.h"
+
+HttpThread::HttpThread(HttpJob *job)
+    : QThread(job)
+    , m_job(job)
+    , m_record(job->record)
+    , m_outputFolder(Options::instance()->outputFolder)
+{
+}
+
+HttpThread::~HttpThread()
+{
+    end();
+}
+
+void HttpThread::setJob(HttpJob *job)
+{
+    m_job = job;
+}
+
+void HttpThread::end()
+{
+    // quit() also ends the nested loops of a page fetch; the interruption keeps it from trying
+    // again.
+    requestInterruption();
+    quit();
+    wait();
+}
+
+void HttpThread::abandon()
+{
+    setJob(nullptr);
+    end();
+    // The call may come out of a signal that this object is just delivering.
+    deleteLater();
+}
+
+void HttpThread::run()
+{
+    HttpTask task(m_record, m_outputFolder);
+    connect(&task, &HttpTask::sigError, this, &QThread::quit);
+    connect(&task, &HttpTask::sigFinished, this, &QThread::quit);
+    // This object lives on the user-interface thread, hence queued to it.
+    connect(&task, &HttpTask::sigFinished, this, [this] {
+        if (m_job)
+            m_job->onDownloadFinished();
+    });
+    connect(&task, &HttpTask::sigError, this, [this](qint32 error) {
+        if (m_job)
+            m_job->onDownloadError(error);
+    });
+    connect(&task, &HttpTask::sigReceive, this, [this](qint64 bytesReceived) {
+        if (m_job)
+            m_job->onDownloadReceive(bytesReceived);
+    });
+    connect(&task, &HttpTask::sigStartedOver, this, [this] {
+        if (m_job)
+            m_job->onDownloadStartedOver();
+    });
+
+    task.prepareCookies(); // without cookies the request itself reports the error
+    task.startRequest();
+    TRACE() << "HttpThread(start)";
+    exec();
+    TRACE() << "HttpThread(stop)";
+    task.stopTransfer();
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+#include <QThread>
+
+class HttpJob;
+class JobRecord;
+
+// One transfer attempt of a job. The object lives on the user-interface thread and is a child of
+// its job; the task lives in run(). What the attempt says reaches the job through this object, so
+// nothing of an abandoned attempt arrives any more.
+class HttpThread final : public QThread
+{
+    Q_OBJECT
+    Q_DISABLE_COPY(HttpThread)
+
+public:
+    explicit HttpThread(HttpJob *job);
+    ~HttpThread() override; // ends the attempt when it still runs
+
+    void setJob(HttpJob *job);
+    // Ends the attempt, waits for the thread and lets the object delete itself. The wait is for
+    // this machine only, never for the network.
+    void abandon();
+
+protected:
+    void run() override;
+
+private:
+    void end();
+
+    HttpJob *m_job; // null once abandoned; the thread itself uses the record
+    JobRecord &m_record;
+    QString m_outputFolder; // taken before the thread starts
+};

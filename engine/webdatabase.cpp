@@ -1,0 +1,202 @@
+#include "webdatabase.h"
+
+#include "downloadermanager.h"
+#include "files.h"
+#include "httpjob.h"
+#include "instance.h"
+#include "logfile.h"
+#include "options.h"
+#include "trace.h"
+
+#include <QFile>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QVariant>
+
+namespace {
+
+const auto tableName = QStringLiteral("video_download");
+
+void writeError(const QString &text)
+{
+    LogFile::instance()->write(QStringLiteral("Error:"), text);
+}
+
+// The file cannot be used. It is put aside rather than deleted: a person, or a repair tool, may
+// still get something out of it.
+bool putAside(const QString &path)
+{
+    const QString aside = path + QStringLiteral(".damaged");
+    if (QFile::exists(aside) && !QFile::remove(aside))
+        return QFile::remove(path);
+    return QFile::rename(path, aside) || QFile::remove(path);
+}
+
+} // namespace
+
+WebDatabase::WebDatabase() = default;
+
+WebDatabase::~WebDatabase()
+{
+    closeConnection();
+}
+
+WebDatabase *WebDatabase::instance()
+{
+    return ProcessInstance<WebDatabase>::get();
+}
+
+void WebDatabase::destroyInstance()
+{
+    ProcessInstance<WebDatabase>::destroy();
+}
+
+bool WebDatabase::Init()
+{
+    const QString folder = Options::instance()->appDataPath();
+    ensureDir(folder);
+    m_path = folder + QStringLiteral("Task.dat");
+    TRACE() << m_path;
+    LogFile::instance()->write(QStringLiteral("Database path:"), m_path);
+    if (QFile::exists(m_path)) {
+        if (OpenDatabaseFile(m_path))
+            return true;
+        closeConnection();
+        putAside(m_path);
+    }
+    return CreateDatabaseFile(m_path);
+}
+
+void WebDatabase::connectTo(const QString &path)
+{
+    closeConnection();
+    m_db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
+    m_db.setDatabaseName(path);
+}
+
+void WebDatabase::closeConnection()
+{
+    if (m_db.isOpen())
+        m_db.close();
+    m_db = QSqlDatabase();
+    if (QSqlDatabase::contains())
+        QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
+}
+
+bool WebDatabase::OpenDatabaseFile(const QString &path)
+{
+    connectTo(path);
+    if (!m_db.open()) {
+        LogError(QStringLiteral("OpenDatabaseFile() return false"), m_db.lastError());
+        return false;
+    }
+    for (const QString &name : m_db.tables(QSql::Tables)) {
+        TRACE() << "Table Name:" << name;
+        LogFile::instance()->write(QStringLiteral("Database Table name:"), name);
+        if (name == tableName)
+            return true;
+    }
+    m_db.close();
+    writeError(QStringLiteral("OpenDatabaseFile() not find table."));
+    return false;
+}
+
+bool WebDatabase::CreateDatabaseFile(const QString &path)
+{
+    connectTo(path);
+    if (!m_db.open()) {
+        LogError(QStringLiteral("CreateDatabaseFile() return false"), m_db.lastError());
+        return false;
+    }
+    QSqlQuery query(m_db);
+    const bool created = query.exec(QStringLiteral(
+        "create table video_download(id int primary key,page varchar(1024),title varchar(256),"
+        "keyword varchar(1024),category varchar(256),video_url varchar(1024),"
+        "video_usser_agent varchar(1024),video_cookies varchar(1024),video_dimension varchar(10),"
+        "video_state int,video_type varchar(256),video_mame varchar(256),download_bytes long,"
+        "total_bytes long,duration long,output_format int,output_name  varchar(256),"
+        "output_demision varchar(10),guid varchar(256),download_time int,quality_index int,"
+        "spend_time int)"));
+    return WriteVersion() && created;
+}
+
+bool WebDatabase::WriteVersion()
+{
+    QSqlQuery query(m_db);
+    if (query.exec(QStringLiteral("INSERT INTO video_download VALUES(%1,'-', '-', '-', '-', '-', "
+                                  "'-', '-', '-',0,'-','-',0,0,0,0,'-','-','-',0,0,0)")
+                       .arg(m_writtenVersion)))
+        return true;
+    LogError(QStringLiteral("WriteVersion() return false"), query.lastError());
+    return false;
+}
+
+bool WebDatabase::DeleteAll()
+{
+    return QSqlQuery(m_db).exec(QStringLiteral("DELETE FROM video_download"));
+}
+
+void WebDatabase::LogError(const QString &message, const QSqlError &error)
+{
+    writeError(message + error.text());
+}
+
+bool WebDatabase::Read(DownloaderManager *manager)
+{
+    QSqlQuery query(m_db);
+    query.setForwardOnly(true);
+    if (!query.exec(QStringLiteral(
+            "SELECT id,page,title,keyword,category,video_url,video_usser_agent,video_cookies,"
+            "video_dimension,video_state,video_type,video_mame,download_bytes,total_bytes,duration,"
+            "output_format,output_name,output_demision,guid,download_time,quality_index,spend_time "
+            "FROM video_download"))) {
+        LogError(QStringLiteral("WebDatabase::Read() return false"), query.lastError());
+        return false;
+    }
+    // The first row is the version row, whatever it holds.
+    m_version = query.next() ? query.value(0).toInt() : 0;
+    while (query.next()) {
+        auto job = manager->newJob();
+        if (job->record.loadRow(query, m_version))
+            manager->addLoadedJob(std::move(job));
+        else
+            writeError(QStringLiteral("Load Job Failed."));
+    }
+    // A page that cannot be read ends the rows as if there were no more of them.
+    if (query.lastError().isValid()) {
+        LogError(QStringLiteral("WebDatabase::Read() return false"), query.lastError());
+        return false;
+    }
+    return true;
+}
+
+bool WebDatabase::Recreate()
+{
+    if (m_path.isEmpty())
+        return false;
+    closeConnection();
+    if (QFile::exists(m_path) && !putAside(m_path))
+        return false;
+    return CreateDatabaseFile(m_path);
+}
+
+bool WebDatabase::Save(DownloaderManager *manager)
+{
+    if (!m_db.isOpen())
+        return false;
+    // The rows of the last save stay unless all of the new ones are there.
+    if (!m_db.transaction()) {
+        LogError(QStringLiteral("WebDatabase::Save() return false"), m_db.lastError());
+        return false;
+    }
+    if (!DeleteAll() || !WriteVersion()) {
+        m_db.rollback();
+        return false;
+    }
+    manager->saveAll(); // logs the rows that failed
+    if (m_db.commit())
+        return true;
+    LogError(QStringLiteral("WebDatabase::Save() return false"), m_db.lastError());
+    m_db.rollback();
+    return false;
+}
