@@ -1,0 +1,86 @@
+#include "enginefixture.h"
+
+#include "literals.h"
+#include "options.h"
+
+#include <QDir>
+
+EngineFixture::EngineFixture(Sandbox &sandbox)
+    : m_sandbox(sandbox)
+{
+    sandbox.loadOptions(true);
+    server.listen();
+    clear();
+}
+
+RetryDelays EngineFixture::quickRetries()
+{
+    return {30, 5};
+}
+
+HttpResponse EngineFixture::stream(qint64 bytes)
+{
+    HttpResponse response;
+    response.generatedBytes = bytes;
+    response.contentType = "video/mp4";
+    return response;
+}
+
+VideoInfo EngineFixture::info(const QString &title) const
+{
+    VideoInfo info;
+    info.pageUrl = server.url("/watch?v=1"_q);
+    info.title = title;
+    info.streams = {{"640x360"_q, "61"_q, QString(), "mp4"_q, server.url("/stream"_q)}};
+    return info;
+}
+
+std::unique_ptr<HttpJob> EngineFixture::newJob(const QString &title) const
+{
+    auto job = std::make_unique<HttpJob>(quickRetries());
+    job->init(info(title), 1);
+    return job;
+}
+
+std::unique_ptr<HttpJob> EngineFixture::interruptedJob(qint64 bytesOnDisk, qint64 downloaded,
+                                                       qint64 total) const
+{
+    auto job = newJob();
+    const QString path = Options::instance()->outputFolder + job->record.guid + ".mp4"_q;
+    QByteArray bytes;
+    for (qint64 i = 0; i < bytesOnDisk; ++i)
+        bytes += patternByte(i);
+    writeFile(path, bytes);
+    job->record.video_mame = path;
+    job->record.download_bytes = downloaded;
+    job->record.total_bytes = total;
+    return job;
+}
+
+QStringList EngineFixture::outputFiles() const
+{
+    return QDir(m_sandbox.outputFolder()).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+}
+
+void EngineFixture::clear()
+{
+    QDir folder(m_sandbox.outputFolder());
+    for (const QString &name : outputFiles())
+        folder.remove(name);
+    HttpResponse page = HttpResponse::text("<html></html>");
+    page.headers = {{"Set-Cookie", "id=1; path=/"}, {"Set-Cookie", "lang=en"}};
+    server.setResponse("/watch", page);
+    server.clearRequests();
+}
+
+bool isPattern(const QString &path, qint64 bytes)
+{
+    const QByteArray content = readFile(path);
+    if (content.size() != bytes)
+        return false;
+    for (int i = 0; i < content.size(); ++i) {
+        if (content.at(i) != patternByte(i))
+            return false;
+    }
+    return true;
+}

@@ -1,0 +1,154 @@
+#include "downloadermanager.h"
+#include "enginefixture.h"
+#include "literals.h"
+#include "testmain.h"
+#include "webdatabase.h"
+
+#include <QSignalSpy>
+
+namespace {
+
+// Rows as ids, in order.
+class View final : public JobView
+{
+public:
+    void insertJob(HttpJob *job, int) override { rows << job->record.id; }
+    bool updateJob(HttpJob *job) override
+    {
+        updated << job->record.id;
+        job->record.changeFlags.clear(~0u);
+        return rows.contains(job->record.id);
+    }
+    bool removeJob(HttpJob *job) override { return rows.removeOne(job->record.id); }
+
+    QList<int> rows;
+    QList<int> updated;
+};
+
+} // namespace
+
+class ManagerTest : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit ManagerTest(Sandbox &sandbox)
+        : m_site(sandbox)
+    {
+    }
+
+private slots:
+    void init()
+    {
+        m_site.clear();
+        QVERIFY(WebDatabase::instance()->Init());
+    }
+
+    void idsAreNotUsedTwice()
+    {
+        DownloaderManager manager(EngineFixture::quickRetries());
+        QVERIFY(manager.allFinished());
+        for (const int id : {3, 7}) {
+            auto job = manager.newJob();
+            job->record.id = id;
+            job->record.video_state = JobState::Stopped;
+            manager.addLoadedJob(std::move(job));
+        }
+        QVERIFY(manager.removeJob(7, false));
+        QVERIFY(!manager.findJob(7));
+        QVERIFY(!manager.startJob(7));
+        QCOMPARE(manager.addJob(m_site.info())->record.id, 8);
+        QVERIFY(!manager.removeJob(99, false));
+    }
+
+    void endsAreAnnouncedAndMoveTheRows()
+    {
+        DownloaderManager manager(EngineFixture::quickRetries());
+        QSignalSpy ended(&manager, &DownloaderManager::sigFinished);
+        QSignalSpy allEnded(&manager, &DownloaderManager::sigAllFinished);
+        View downloads, finished;
+        m_site.server.setResponse("/stream", EngineFixture::stream(1000));
+        auto paused = manager.newJob();
+        paused->init(m_site.info("Paused"_q), 1);
+        paused->record.video_state = JobState::Stopped;
+        manager.addLoadedJob(std::move(paused));
+        manager.fillViews(&downloads, &finished);
+        downloads.insertJob(manager.addJob(m_site.info()), -1);
+        QVERIFY(ended.wait());
+        QCOMPARE(allEnded.count(), 0); // the paused one is not finished
+        manager.updateViews(&downloads, &finished);
+        QCOMPARE(downloads.rows, QList<int>{1});
+        QCOMPARE(finished.rows, QList<int>{2});
+        manager.updateViews(&downloads, &finished);
+        QCOMPARE(finished.rows, QList<int>{2});
+        QVERIFY(manager.pauseJob(2)); // nothing to pause is no failure
+        manager.startAll();
+        QVERIFY(ended.wait());
+        QCOMPARE(allEnded.count(), 1);
+    }
+
+    void removedJobIsStoppedAndItsFilesGo()
+    {
+        HttpResponse slow = EngineFixture::stream(1000000);
+        slow.bytesPerSecond = 100000;
+        m_site.server.setResponse("/stream", slow);
+        DownloaderManager manager(EngineFixture::quickRetries());
+        HttpJob *job = manager.addJob(m_site.info());
+        QTRY_VERIFY(job->record.download_bytes > 0);
+        QCOMPARE(m_site.outputFiles().size(), 1);
+        QVERIFY(manager.removeJob(job->record.id, true));
+        QCOMPARE(m_site.outputFiles().size(), 0);
+        QTRY_COMPARE(m_site.server.openConnections(), 0);
+        QVERIFY(manager.allFinished());
+    }
+
+    void runningAndPausedJobsSurviveTheEnd()
+    {
+        HttpResponse slow = EngineFixture::stream(300000);
+        slow.bytesPerSecond = 300000;
+        m_site.server.setResponse("/stream", slow);
+        qint64 bytes = 0;
+        {
+            DownloaderManager manager(EngineFixture::quickRetries());
+            HttpJob *running = manager.addJob(m_site.info("Running"_q));
+            HttpJob *paused = manager.addJob(m_site.info("Paused"_q));
+            QTRY_VERIFY(paused->record.download_bytes > 0 && running->record.download_bytes > 0);
+            QVERIFY(manager.pauseJob(2));
+            bytes = running->record.download_bytes;
+        }
+        QVERIFY(WebDatabase::instance()->Init());
+        DownloaderManager manager(EngineFixture::quickRetries());
+        QVERIFY(WebDatabase::instance()->Read(&manager));
+        HttpJob *running = manager.findJob(1);
+        QVERIFY(running && manager.findJob(2));
+        QVERIFY(running->record.download_bytes >= bytes);
+        m_site.server.setResponse("/stream", EngineFixture::stream(300000));
+        m_site.server.clearRequests();
+        manager.resumeRunning();
+        QTRY_COMPARE(running->record.video_state, JobState::Finished);
+        QVERIFY(isPattern(running->record.output_name, 300000));
+        QVERIFY(m_site.server.requests("/stream").first().header("Range").startsWith("bytes="));
+        QCOMPARE(manager.findJob(2)->record.video_state, JobState::Stopped);
+    }
+
+    void fiftyAtOnce()
+    {
+        m_site.server.setResponse("/stream", EngineFixture::stream(200000));
+        DownloaderManager manager(EngineFixture::quickRetries());
+        QSignalSpy allEnded(&manager, &DownloaderManager::sigAllFinished);
+        for (int i = 0; i < 50; ++i)
+            manager.addJob(m_site.info());
+        manager.pauseAll();
+        manager.startAll();
+        QVERIFY(allEnded.count() || allEnded.wait(20000));
+        QCOMPARE(m_site.outputFiles().size(), 50);
+        for (const auto &job : manager.jobs())
+            QVERIFY(isPattern(job->record.output_name, 200000));
+    }
+
+private:
+    EngineFixture m_site;
+};
+
+REELKEEPER_TEST_MAIN(ManagerTest)
+#include "tst_manager.moc"
