@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+// A command line for today's FFmpeg.
+struct EncoderCommand
+{
+    std::vector<std::string> arguments; // without the program
+    size_t inputIndex = 0;              // of the "-" after -i in arguments; 0: there is none
+    std::string output;                 // the file to be written; empty: none is named
+    bool wantsVideo = true;             // the output must hold a picture
+    bool wantsAudio = false;            // the output must hold sound
+};
+
+// Turns the arguments of a template, written for FFmpeg of old, into today's: the frame size and
+// the pad options after the input become one filter. Sizes are pixels.
+EncoderCommand translateArguments(const std::vector<std::string> &arguments);

@@ -1,0 +1,210 @@
+#include "encoderrun.h"
+
+#include "childprocess.h"
+#include "inputprobe.h"
+#include "resultcheck.h"
+
+#include <fcntl.h>
+#include <poll.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <unistd.h>
+#include <utility>
+
+static const size_t chunkSize = 256 * 1024;
+
+int reportFailure(const std::string &text)
+{
+    dprintf(STDERR_FILENO, "ffmpeg.exe: %s\n", text.c_str());
+    return 1;
+}
+
+static void closeDescriptor(int &descriptor)
+{
+    if (descriptor >= 0)
+        close(descriptor);
+    descriptor = -1;
+}
+
+// The bytes read, 0 at the end; a descriptor that fails has ended too.
+static size_t readSome(int descriptor, std::string &target)
+{
+    const size_t before = target.size();
+    target.resize(before + chunkSize);
+    ssize_t count = -1;
+    do {
+        count = read(descriptor, &target[before], chunkSize);
+    } while (count < 0 && errno == EINTR);
+    const size_t taken = count > 0 ? static_cast<size_t>(count) : 0;
+    target.resize(before + taken);
+    return taken;
+}
+
+static bool writeAll(int descriptor, const std::string &bytes)
+{
+    for (size_t done = 0; done < bytes.size();) {
+        const ssize_t count = write(descriptor, bytes.data() + done, bytes.size() - done);
+        if (count < 0 && errno != EINTR)
+            return false;
+        done += count > 0 ? static_cast<size_t>(count) : 0;
+    }
+    return true;
+}
+
+// A file that no folder shows, so that nothing is left of it however this process ends.
+static int openNameless(const std::string &output)
+{
+    const size_t slash = output.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : output.substr(0, slash + 1);
+    const int descriptor = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    if (descriptor >= 0 || (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL))
+        return descriptor;
+    std::string name = folder + "/.reelkeeper-XXXXXX";
+    const int named = mkostemp(&name[0], O_CLOEXEC);
+    if (named >= 0)
+        unlink(name.c_str());
+    return named;
+}
+
+EncoderRun::EncoderRun(const std::string &encoder, const EncoderCommand &command)
+    : m_encoder(encoder)
+    , m_command(command)
+    , m_lines([this](const std::string &line, char end) { handleLine(line, end); })
+{
+}
+
+EncoderRun::~EncoderRun()
+{
+    closeDescriptor(m_collected);
+    closeDescriptor(m_toEncoder);
+    closeDescriptor(m_fromEncoder);
+}
+
+int EncoderRun::exec()
+{
+    InputKind kind = InputKind::Undecided;
+    while (kind == InputKind::Undecided && !m_inputEnded) {
+        m_inputEnded = readSome(STDIN_FILENO, m_input) == 0;
+        kind = probeInput(m_input);
+    }
+    if (kind != InputKind::NeedsFile) {
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC) != 0)
+            return reportFailure(std::strerror(errno));
+        fcntl(ends[1], F_SETFL, O_NONBLOCK);
+        m_toEncoder = ends[1];
+        return encode(ends[0]);
+    }
+    if (!collect())
+        return reportFailure("cannot collect the video beside " + m_command.output + ": " +
+                             std::strerror(errno));
+    // Opened anew by that name, the file is read from its beginning and can be moved about in.
+    m_command.arguments[m_command.inputIndex] = "/proc/self/fd/0";
+    return encode(std::exchange(m_collected, -1));
+}
+
+bool EncoderRun::collect()
+{
+    m_collected = openNameless(m_command.output);
+    if (m_collected < 0)
+        return false;
+    do {
+        if (!writeAll(m_collected, m_input))
+            return false;
+        m_input.clear();
+    } while (readSome(STDIN_FILENO, m_input) > 0);
+    m_inputEnded = true;
+    return true;
+}
+
+int EncoderRun::encode(int standardInput)
+{
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        close(standardInput);
+        return reportFailure(std::strerror(errno));
+    }
+    ChildProcess child(m_encoder, m_command.arguments, standardInput, STDOUT_FILENO, ends[1]);
+    close(standardInput);
+    close(ends[1]);
+    m_fromEncoder = ends[0];
+    if (!child.isStarted())
+        return reportFailure("cannot start " + m_encoder);
+    relay();
+
+    const int code = child.wait();
+    if (code != 0)
+        return code;
+    if (!m_writeFailure.empty())
+        return reportFailure(m_command.output + " could not be written: " + m_writeFailure);
+    const std::string fault = checkResult(m_encoder, m_command);
+    return fault.empty() ? 0 : reportFailure(m_command.output + " " + fault);
+}
+
+// Ends when the encoder has closed its standard error and all of it has been passed on.
+void EncoderRun::relay()
+{
+    while (m_fromEncoder >= 0 || !m_messages.empty()) {
+        if (m_input.empty() && m_inputEnded)
+            closeDescriptor(m_toEncoder);
+        const bool wantsInput = m_toEncoder >= 0 && m_input.empty();
+        const short whenInput = m_input.empty() ? 0 : POLLOUT; // errors are told anyway
+        pollfd entries[] = {{wantsInput ? STDIN_FILENO : -1, POLLIN, 0},
+                            {m_toEncoder, whenInput, 0},
+                            {m_messages.size() < chunkSize ? m_fromEncoder : -1, POLLIN, 0},
+                            {m_messages.empty() ? -1 : STDERR_FILENO, POLLOUT, 0}};
+        if (poll(entries, 4, -1) < 0)
+            continue;
+        if (entries[0].revents)
+            m_inputEnded = readSome(STDIN_FILENO, m_input) == 0;
+        if (entries[1].revents & (POLLERR | POLLNVAL)) {
+            // It reads no more, because it has all it needs or has failed: its exit code will tell.
+            closeDescriptor(m_toEncoder);
+        } else if (entries[1].revents & POLLOUT) {
+            const ssize_t count = write(m_toEncoder, m_input.data(), m_input.size());
+            if (count > 0)
+                m_input.erase(0, static_cast<size_t>(count));
+            else if (count < 0 && errno != EAGAIN && errno != EINTR)
+                closeDescriptor(m_toEncoder);
+        }
+        if (entries[2].revents) {
+            std::string said;
+            if (readSome(m_fromEncoder, said) == 0) {
+                m_lines.finish();
+                closeDescriptor(m_fromEncoder);
+            }
+            m_lines.take(said.data(), said.size());
+        }
+        if (entries[3].revents) {
+            // A pipe that can be written to takes this much without waiting.
+            const ssize_t count =
+                write(STDERR_FILENO, m_messages.data(), std::min<size_t>(m_messages.size(), 4096));
+            if (count < 0 && errno != EINTR && errno != EAGAIN)
+                m_messages.clear(); // nobody listens
+            else
+                m_messages.erase(0, count > 0 ? static_cast<size_t>(count) : 0);
+        }
+    }
+    closeDescriptor(m_toEncoder);
+}
+
+void EncoderRun::handleLine(const std::string &line, char end)
+{
+    const std::string progress = readableProgress(line);
+    if (!progress.empty()) {
+        // The reader cuts at CR alone: what stands before must not become part of this line.
+        if (m_lastEnd == '\n')
+            m_messages += '\r';
+        m_messages += progress + '\r';
+    } else {
+        m_messages += line;
+        if (m_writeFailure.empty() && namesWriteFailure(line, m_command.output))
+            m_writeFailure = line;
+    }
+    if (end == '\n' || (end == '\r' && progress.empty()))
+        m_messages += end;
+    m_lastEnd = end;
+}

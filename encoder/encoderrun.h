@@ -1,0 +1,37 @@
+#pragma once
+
+#include "arguments.h"
+#include "progress.h"
+
+#include <string>
+
+// One conversion: standard input goes to the encoder, what the encoder says goes to standard error
+// with its progress lines made readable. Neither ever holds more than 2 MiB.
+class EncoderRun final
+{
+public:
+    EncoderRun(const std::string &encoder, const EncoderCommand &command);
+    ~EncoderRun();
+    int exec(); // exit code, below 255
+
+private:
+    bool collect();
+    int encode(int standardInput);
+    void relay();
+    void handleLine(const std::string &line, char end);
+
+    std::string m_encoder;
+    EncoderCommand m_command;
+    LineSplitter m_lines;
+    std::string m_input;    // taken from standard input, not yet by the encoder
+    std::string m_messages; // for standard error
+    std::string m_writeFailure;
+    char m_lastEnd = '\r';
+    bool m_inputEnded = false;
+    int m_collected = -1;
+    int m_toEncoder = -1;
+    int m_fromEncoder = -1;
+};
+
+// One line on standard error; gives the exit code for it.
+int reportFailure(const std::string &text);
