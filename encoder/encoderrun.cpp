@@ -14,7 +14,7 @@
 #include <unistd.h>
 #include <utility>
 
-static const size_t chunkSize = 256 * 1024;
+static const size_t chunkSize = 64 * 1024;
 
 int reportFailure(const std::string &text)
 {

@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <unistd.h>
 
 static const std::chrono::seconds longestLook(60);
@@ -83,10 +84,11 @@ std::string checkResult(const std::string &encoder, const EncoderCommand &comman
             hasLength = false;
         hasVideo = hasVideo || (inSource && isStream(line, ": Video:"));
         hasAudio = hasAudio || (inSource && isStream(line, ": Audio:"));
-        if (!readableProgress(line).empty())
+        const std::string progress = readableProgress(line);
+        if (!progress.empty() && std::strtoul(progress.c_str() + 6, nullptr, 10) > 0)
             hasPackets = true;
-        if (line.rfind("Output file is empty", 0) == 0)
-            hasPackets = false;
+        else if (!progress.empty() && progress.find(" time=0.00 ") == std::string::npos)
+            hasPackets = true;
     });
     ChildProcess child(encoder, look, nothing, nothing, ends[1]);
     close(ends[1]);
