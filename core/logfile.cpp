@@ -37,8 +37,11 @@ bool LogFile::open()
     QMutexLocker lock(&m_mutex);
     if (m_opened)
         return true;
-    const QString stem = QDir::tempPath() + QLatin1Char('/') + AppInfo::instance()->title +
-                         QLatin1Char('-') +
+    // Without a folder for temporary files the path would begin at the root.
+    const QString folder = QDir::tempPath();
+    if (folder.isEmpty())
+        return false;
+    const QString stem = folder + QLatin1Char('/') + AppInfo::instance()->title + QLatin1Char('-') +
                          QDate::currentDate().toString(QStringLiteral("yyyy-M-d"));
     QString path = stem + QStringLiteral(".log");
     for (int number = 0;; ++number) {

@@ -37,7 +37,7 @@ static QString readText(const QSettings &settings, const QString &key)
 static int readNumber(const QSettings &settings, const QString &key, int defaultValue)
 {
     bool ok = false;
-    const int value = settings.value(key).toInt(&ok);
+    const int value = settings.value(key).toString().toInt(&ok);
     return ok ? value : defaultValue;
 }
 
@@ -138,14 +138,12 @@ bool Options::saveGeometry(const QString &name, const QWidget *widget)
 bool Options::restoreGeometry(const QString &name, QWidget *widget)
 {
     const SubKey settings(name);
-    QSize size = settings.value(QStringLiteral("size")).toSize();
-    if (!size.isValid() || size.isEmpty())
-        size = QSize(800, 600);
-    const QVariant storedPosition = settings.value(QStringLiteral("pos"));
-    QPoint position(200, 200);
-    if (storedPosition.type() == QVariant::Point)
-        position = storedPosition.toPoint();
-    placeWindow(widget, position, size);
+    const QSize size = settings.value(QStringLiteral("size")).toSize();
+    const QVariant position = settings.value(QStringLiteral("pos"));
+    if (size.isEmpty() || position.type() != QVariant::Point)
+        placeWindow(widget, QPoint(200, 200), QSize(800, 600), WindowPlace::Inside);
+    else
+        placeWindow(widget, position.toPoint(), size, WindowPlace::Reachable);
     return true;
 }
 

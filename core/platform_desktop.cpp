@@ -45,11 +45,15 @@ static QString runtimeFolder()
     const QString session = qEnvironmentVariable("XDG_RUNTIME_DIR");
     if (isOwnFolder(session))
         return session + QLatin1Char('/');
+    // No folder for temporary files: the path would begin at the root.
+    const QString temporary = QDir::tempPath();
     const QString own =
-        QDir::tempPath() + QStringLiteral("/reelkeeper-runtime-") + QString::number(geteuid());
-    mkdir(QFile::encodeName(own).constData(), S_IRWXU); // it may be there already
-    if (isOwnFolder(own))
-        return own + QLatin1Char('/');
+        temporary + QStringLiteral("/reelkeeper-runtime-") + QString::number(geteuid());
+    if (!temporary.isEmpty()) {
+        mkdir(QFile::encodeName(own).constData(), S_IRWXU); // it may be there already
+        if (isOwnFolder(own))
+            return own + QLatin1Char('/');
+    }
     const QString data = platform::applicationDataFolder();
     QDir().mkpath(data);
     return data + QLatin1Char('/');

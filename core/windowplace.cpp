@@ -19,28 +19,27 @@ static QScreen *screenOfTitleBar(const QRect &window)
     return nullptr;
 }
 
-void placeWindow(QWidget *window, const QPoint &position, const QSize &size)
+void placeWindow(QWidget *window, const QPoint &position, const QSize &size, WindowPlace place)
 {
     constexpr int farAway = 100000; // keeps the sums below within an int
     const QSize smallest = window->minimumSize().expandedTo(QSize(200, 150));
-    const QPoint place(qBound(-farAway, position.x(), farAway),
-                       qBound(-farAway, position.y(), farAway));
-    QRect wanted(place, size.boundedTo(QSize(farAway, farAway)).expandedTo(smallest));
+    QRect wanted(
+        QPoint(qBound(-farAway, position.x(), farAway), qBound(-farAway, position.y(), farAway)),
+        size.boundedTo(QSize(farAway, farAway)).expandedTo(smallest));
 
     QScreen *screen = screenOfTitleBar(wanted);
-    const bool offScreen = !screen;
-    if (offScreen)
+    bool moves = place == WindowPlace::Inside || !screen;
+    if (!screen)
         screen = QGuiApplication::primaryScreen();
-    if (screen) {
-        const QRect available = screen->availableGeometry();
-        const QSize fitting = wanted.size().boundedTo(available.size()).expandedTo(smallest);
-        if (offScreen || fitting != wanted.size()) {
-            wanted.setSize(fitting);
-            const int right = qMax(available.left(), available.right() + 1 - fitting.width());
-            const int bottom = qMax(available.top(), available.bottom() + 1 - fitting.height());
-            wanted.moveTo(qBound(available.left(), place.x(), right),
-                          qBound(available.top(), place.y(), bottom));
-        }
+    const QRect available = screen ? screen->availableGeometry() : wanted;
+    const QSize fitting = wanted.size().boundedTo(available.size()).expandedTo(smallest);
+    moves = moves || fitting != wanted.size();
+    wanted.setSize(fitting);
+    if (moves) {
+        const QPoint last =
+            available.bottomRight() - QPoint(fitting.width(), fitting.height()) + QPoint(1, 1);
+        wanted.moveTo(qMax(available.left(), qMin(wanted.left(), last.x())),
+                      qMax(available.top(), qMin(wanted.top(), last.y())));
     }
     window->resize(wanted.size());
     window->move(wanted.topLeft());

@@ -4,7 +4,11 @@ class QPoint;
 class QSize;
 class QWidget;
 
-// Gives a window a stored place and size, in pixels, so that a person can use it: no larger than
-// its screen, and its title bar within reach. A place off every screen becomes one on the primary
-// screen.
-void placeWindow(QWidget *window, const QPoint &position, const QSize &size);
+enum class WindowPlace {
+    Inside,    // wholly on its screen
+    Reachable, // as it is, while the title bar can be grasped
+};
+
+// Gives a window a place and size, in pixels, that a person can use: no larger than its screen.
+// What fits nowhere goes to the primary screen.
+void placeWindow(QWidget *window, const QPoint &position, const QSize &size, WindowPlace place);

@@ -1,0 +1,33 @@
+#include "appinfo.h"
+#include "singleapplication.h"
+
+#include <cstdio>
+
+static void say(const QString &text)
+{
+    std::printf("%s\n", qPrintable(text));
+    std::fflush(stdout);
+}
+
+// A program of which one runs: it says what it hears. With an argument, it sends that as message;
+// "hold" keeps the segment's lock.
+int main(int argc, char **argv)
+{
+    const QString title = AppInfo::instance()->title;
+    platform::holdNamedMutex(AppInfo::instance()->instanceId);
+    const QString argument = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("1");
+    SingleApplication application(argc, argv, title);
+    if (application.isRunning())
+        return application.sendMessage(argument) ? 0 : 1;
+    QObject::connect(&application, &SingleApplication::messageAvailable, &application,
+                     [](const QString &message) { say(QStringLiteral("message ") + message); });
+    QObject::connect(&application, &SingleApplication::queryEndSession, &application, []() {
+        say(QStringLiteral("end"));
+        QCoreApplication::quit();
+    });
+    platform::ProcessLock lock(platform::instanceSegmentKey(title));
+    if (argument == QLatin1String("hold"))
+        lock.lock(0);
+    say(QStringLiteral("first"));
+    return QApplication::exec();
+}
