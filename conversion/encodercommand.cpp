@@ -36,7 +36,7 @@ QString frameSizeArgument(const QString &source, const QString &target)
     if (!isKnown(src) || !isKnown(dst))
         return target;
     // Single precision on purpose: it decides on which side of a whole number the division falls,
-    // and so whether a 16:9 picture gets 180 or 178 lines in a box 320 wide.
+    // and so whether a 16:9 picture gets 98 or 100 lines in a box 176 wide.
     const auto sourceRatio = static_cast<float>(static_cast<double>(src.width) / src.height);
     const auto targetRatio = static_cast<float>(static_cast<double>(dst.width) / dst.height);
     const float difference = std::fabs(sourceRatio - targetRatio);
