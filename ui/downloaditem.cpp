@@ -1,0 +1,126 @@
+#include "downloaditem.h"
+
+#include "appinfo.h"
+#include "jobtexts.h"
+#include "progressbarpainter.h"
+
+#include <QIcon>
+#include <QPainter>
+
+namespace {
+
+enum Column { StateColumn = 0, ProgressColumn = 3 };
+
+bool isSelected(const QStyleOptionViewItem &option)
+{
+    return option.state.testFlag(QStyle::State_Selected);
+}
+
+} // namespace
+
+void DownloadItem::paint(QPainter *painter, const QStyleOptionViewItem &option,
+                         const QModelIndex &index) const
+{
+    const QStyleOptionViewItem cell = setOptions(index, option);
+    painter->save();
+    painter->setClipRect(cell.rect);
+    const QRect area = paintGround(painter, cell, index);
+    if (index.column() == StateColumn)
+        paintIcon(painter, cell, index);
+    else if (index.column() == ProgressColumn)
+        paintProgress(painter, cell, index.data().toString());
+    else
+        paintText(painter, cell, index, area);
+    painter->restore();
+}
+
+QRect DownloadItem::paintGround(QPainter *painter, const QStyleOptionViewItem &option,
+                                const QModelIndex &index) const
+{
+    if (option.showDecorationSelected && isSelected(option)) {
+        painter->fillRect(option.rect, AppInfo::instance()->themeColor);
+    } else {
+        const QVariant brush = index.data(Qt::BackgroundRole);
+        if (brush.canConvert<QBrush>()) {
+            painter->save();
+            painter->setBrushOrigin(option.rect.topLeft());
+            painter->fillRect(option.rect, qvariant_cast<QBrush>(brush));
+            painter->restore();
+        }
+    }
+
+    QRect checkRect;
+    QRect noDecoration;
+    QRect displayRect(QPoint(0, 0), option.rect.size());
+    const QVariant check = index.data(Qt::CheckStateRole);
+    if (check.isValid())
+        checkRect = doCheck(option, option.rect, check);
+    doLayout(option, &checkRect, &noDecoration, &displayRect, false);
+    drawCheck(painter, option, checkRect, static_cast<Qt::CheckState>(check.toInt()));
+    return displayRect;
+}
+
+void DownloadItem::paintText(QPainter *painter, const QStyleOptionViewItem &option,
+                             const QModelIndex &index, const QRect &area) const
+{
+    drawDisplay(painter, option, area, index.data().toString());
+}
+
+// The base class lays out and elides; it is handed the list's font, colours and alignment. The
+// direction is the text's own and the alignment absolute: a title that runs from right to left
+// keeps its punctuation at its end and still begins at the left edge of the column.
+void DownloadItem::drawDisplay(QPainter *painter, const QStyleOptionViewItem &option,
+                               const QRect &rect, const QString &text) const
+{
+    QStyleOptionViewItem cell = option;
+    cell.font = QFont(QStringLiteral("Arial"), 10);
+    cell.fontMetrics = QFontMetrics(cell.font);
+    cell.direction = text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight;
+    cell.displayAlignment = Qt::AlignLeft | Qt::AlignVCenter | Qt::AlignAbsolute;
+    cell.features &= ~QStyleOptionViewItem::WrapText;
+    cell.palette.setColor(QPalette::Highlight, AppInfo::instance()->themeColor);
+    if (cell.textElideMode == Qt::ElideNone)
+        cell.textElideMode = Qt::ElideRight;
+    QString lines = text;
+    lines.replace(QLatin1Char('\n'), QChar(QChar::LineSeparator));
+    QItemDelegate::drawDisplay(painter, cell, rect, lines);
+}
+
+// The icon draws itself, at the resolution of what it is painted on.
+void DownloadItem::paintIcon(QPainter *painter, const QStyleOptionViewItem &option,
+                             const QModelIndex &index) const
+{
+    const QIcon icon = qvariant_cast<QIcon>(index.data(Qt::DecorationRole));
+    if (icon.isNull())
+        return;
+    const QSize size = icon.actualSize(option.decorationSize);
+    const QPoint offset((option.rect.width() - size.width()) / 2,
+                        (option.rect.height() - size.height()) / 2);
+    icon.paint(painter, QRect(option.rect.topLeft() + offset, size));
+}
+
+void DownloadItem::paintProgress(QPainter *painter, const QStyleOptionViewItem &option,
+                                 const QString &data) const
+{
+    const std::optional<ProgressReading> reading = readProgress(data);
+    if (!reading)
+        return;
+    const QRect cell = option.rect;
+    if (reading->failed) {
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->setFont(QFont(QStringLiteral("Arial"), 8));
+        painter->setPen(Qt::red);
+        painter->drawText(cell, Qt::AlignCenter, QStringLiteral("Failed"));
+        return;
+    }
+    ProgressBarPainter bar;
+    bar.value = reading->value;
+    bar.maximum = reading->maximum;
+    bar.caption = reading->caption;
+    bar.drawBar(painter, QRect(QPoint(cell.left() + 5, cell.top() + 8),
+                               QPoint(cell.right() - 5, cell.top() + 15)));
+    bar.drawCaption(painter,
+                    QRect(QPoint(cell.left() + 5, cell.bottom() - cell.height() / 2),
+                          QPoint(cell.right() - 5, cell.bottom())),
+                    isSelected(option) ? Qt::white : Qt::black);
+}

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "downloadermanager.h"
+
+#include <QTableWidget>
+#include <QVector>
+
+class JobRows;
+class QMenu;
+
+// Widths after the table has grown by delta pixels (shrunk when negative): the change is shared in
+// proportion to the widths, evenly when they are all 0, rounding goes to the last one, and none
+// gets below 27.
+QVector<int> proportionalWidths(const QVector<int> &widths, int delta);
+
+// What the two lists have in common. A row holds its job's id only; the manager pushes changes in.
+// Dialogs and menus run while jobs finish and rows move: the commands keep ids across them, never
+// row numbers.
+class JobTableWidget : public QTableWidget, public JobView
+{
+    Q_OBJECT
+    Q_DISABLE_COPY(JobTableWidget)
+
+public:
+    bool removeJob(HttpJob *job) override;
+
+    bool loadColumns();
+    bool saveColumns() const;
+
+    bool hasSelection() const;
+    bool canSelectAll() const; // not every row is selected
+
+public slots:
+    void onCustomContextMenu(const QPoint &pos);
+    virtual void onDelete() = 0;
+    void onSelectAll();
+
+protected:
+    struct Columns
+    {
+        QString name;          // of their widths in the settings
+        QString defaultWidths; // "49,287"
+        int count;
+        int firstElastic; // this one and those after it share a change of the table's width
+    };
+    JobTableWidget(const Columns &columns, QWidget *parent);
+
+    void resizeEvent(QResizeEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+
+    static bool isIgnored(int key); // left to the window around the list
+    void initTable();
+    virtual void fillMenu(QMenu *menu) = 0; // the commands in front of "select all"
+    virtual QString selectAllText() const = 0;
+
+    int idAt(int row) const;           // 0: no such row
+    int rowOf(int id) const;           // -1: no such job
+    HttpJob *findJobAt(int row) const; // null: none
+    int selectedRowCount() const;
+    QVector<int> selectedIds() const;          // in selection order
+    QVector<int> selectedIdsDownwards() const; // in row order
+    // The jobs and their rows, from the last to the first; ids whose row has left this list
+    // meanwhile are passed over.
+    void deleteJobs(const QVector<int> &idsDownwards, bool deleteFiles);
+
+private:
+    QVector<int> selectedRowNumbers() const; // in selection order
+
+    const Columns m_columns;
+    JobRows *m_rows;
+    int m_lastWidth = -1; // after the last proportional resize
+    bool m_skipResize = false;
+};

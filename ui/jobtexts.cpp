@@ -1,0 +1,103 @@
+#include "jobtexts.h"
+
+#include "texts.h"
+
+#include <QStringList>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+constexpr double OneDay = 86400; // seconds; from there on an estimate says nothing
+
+// Milliseconds for what is left at the pace so far, in whole seconds. The product leaves 64 bits
+// for a large file that has run for days; there the estimate needs no exact digits.
+qint64 secondsLeft(qint64 elapsedMs, qint64 done, qint64 total)
+{
+    const qint64 left = total - done;
+    if (std::abs(left) > std::numeric_limits<qint64>::max() / (std::abs(elapsedMs) + 1)) {
+        const double seconds = double(elapsedMs) / double(done) * double(left) / 1000.0;
+        return std::abs(seconds) < 1e18 ? qint64(seconds) : -1;
+    }
+    return elapsedMs * left / done / 1000;
+}
+
+QString fourParts(const QString &done, const QString &total, qint64 seconds, JobState state)
+{
+    return QStringLiteral("%1 %2 %3 %4")
+        .arg(done, total, QString::number(seconds), QString::number(qint32(state)));
+}
+
+} // namespace
+
+QString basicInformation(const JobData &record)
+{
+    const QString length = formatDuration(record.duration);
+    if (record.output_format == 0)
+        return QStringLiteral(" %1 %2").arg(length, record.video_dimension);
+    return QStringLiteral(" %1 %2\n %3")
+        .arg(length, record.video_dimension, record.outputFormatName);
+}
+
+QString finishedInformation(const JobData &record, qint64 fileBytes)
+{
+    return QStringLiteral("%1    %2    %3    %4")
+        .arg(formatSize(fileBytes), formatDuration(record.duration), record.output_demision,
+             record.outputFormatName);
+}
+
+QString stateDescription(JobState state)
+{
+    switch (state) {
+    case JobState::Stopped:
+    case JobState::PauseFinishes:
+        return QStringLiteral("Paused");
+    case JobState::Finished:
+        return QStringLiteral("Finished");
+    case JobState::Errored:
+        return QStringLiteral("Failed");
+    case JobState::Start:
+        break;
+    }
+    return QStringLiteral("Downloading");
+}
+
+QString progressData(const JobData &record, qint32 elapsedMs)
+{
+    if (record.output_format != 0) {
+        const double converted = double(record.convertedSeconds);
+        const QString done = QString::number(converted, 'g', 6);
+        if (record.duration < 1)
+            return done;
+        qint64 seconds = -1;
+        if (converted >= 0.1)
+            seconds = qint64(elapsedMs * (record.duration - converted) / converted / 1000.0);
+        return fourParts(done, QString::number(record.duration), seconds, record.video_state);
+    }
+    // Read once: the transfer writes on meanwhile.
+    const qint64 done = record.download_bytes;
+    const qint64 total = record.total_bytes;
+    if (total <= 0)
+        return QString::number(done);
+    return fourParts(QString::number(done), QString::number(total),
+                     done > 0 ? secondsLeft(elapsedMs, done, total) : -1, record.video_state);
+}
+
+std::optional<ProgressReading> readProgress(const QString &data)
+{
+    const QStringList parts = data.split(QLatin1Char(' '));
+    if (parts.size() != 4)
+        return std::nullopt;
+    ProgressReading reading;
+    reading.value = parts[0].toDouble();
+    reading.maximum = parts[1].toDouble();
+    if (!(reading.maximum >= 0.01))
+        return std::nullopt;
+    const double seconds = parts[2].toDouble();
+    reading.caption = QStringLiteral("Time left:%1")
+                          .arg(seconds >= 0 && seconds < OneDay ? formatDuration(int(seconds))
+                                                                : QStringLiteral("Unknown"));
+    reading.failed = parts[3].toInt() == qint32(JobState::Errored);
+    return reading;
+}

@@ -1,0 +1,10 @@
+set(lists_sources
+    dlgdeletefinished.cpp
+    downloaditem.cpp
+    downloadtablewidget.cpp
+    finisheditem.cpp
+    finishedtablewidget.cpp
+    jobrows.cpp
+    jobtablewidget.cpp
+    jobtexts.cpp
+    progressbarpainter.cpp)
