@@ -2,8 +2,7 @@
 // be https, the program fetches http only, so they are rewritten.
 
 var player = null; // the page's player object, read by the companion scripts
-var maxDepth = 100; // no page nests deeper; keeps a damaged one from using up the stack
-var maxTries = 10;
+var maxTries = 10; // assignments looked at in one script
 
 // The object that begins at a brace, as text; empty when it never ends.
 function cutObject(text, start) {
@@ -22,8 +21,6 @@ function cutObject(text, start) {
             marks.lastIndex = stringMarks.lastIndex;
         } else if (found[0] === "{" || found[0] === "[") {
             depth += 1;
-            if (depth > maxDepth)
-                return "";
         } else {
             depth -= 1;
             if (depth === 0)
@@ -43,10 +40,10 @@ function playerInScript(code) {
     for (var tries = 0; tries < maxTries && assignment.exec(code) !== null; tries += 1) {
         try {
             var value = JSON.parse(cutObject(code, assignment.lastIndex));
-            if (isObject(value))
+            if (isObject(value) && (value.playabilityStatus || value.streamingData))
                 return value;
         } catch (e) {
-            // Not this one: the name may also stand in the code around it.
+            // The name may also stand elsewhere in the code.
         }
     }
     return null;
