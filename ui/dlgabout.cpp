@@ -1,0 +1,35 @@
+#include "dlgabout.h"
+
+#include "appinfo.h"
+#include "fittexts.h"
+#include "messagebox.h"
+#include "ui_dlgabout.h"
+
+DlgAbout::DlgAbout(QWidget *parent)
+    : QDialog(parent)
+    , m_ui(std::make_unique<Ui::aboutDialog>())
+{
+    m_ui->setupUi(this);
+    setFixedDialogFlags(this);
+    setFixedSize(size());
+    setAttribute(Qt::WA_QuitOnClose, false);
+    connect(m_ui->btnOK, &QPushButton::clicked, this, &DlgAbout::onOK);
+
+    const AppInfo *info = AppInfo::instance();
+    m_ui->labelBuild->setText(info->build);
+    m_ui->labelVersion->setText(info->versionText);
+    m_ui->labelWebsizte->setLink(info->webSite, info->webSite);
+    m_ui->labelSupport->setLink(info->supportEmail, QStringLiteral("mailto:") + info->supportEmail);
+    for (QLabel *label :
+         {static_cast<QLabel *>(m_ui->labelWebsizte), static_cast<QLabel *>(m_ui->labelSupport)})
+        label->resize(qMin(label->sizeHint().width(), label->width()), label->height());
+    fitTexts(this);
+    m_ui->btnOK->setFocus();
+}
+
+DlgAbout::~DlgAbout() = default;
+
+void DlgAbout::onOK()
+{
+    accept();
+}

@@ -1,0 +1,28 @@
+#include "dlgexit.h"
+
+#include "fittexts.h"
+#include "messagebox.h"
+#include "options.h"
+#include "ui_dlgexit.h"
+
+DlgExit::DlgExit(QWidget *parent)
+    : QDialog(parent)
+    , m_ui(std::make_unique<Ui::dlgExit>())
+{
+    m_ui->setupUi(this);
+    setFixedDialogFlags(this);
+    setFixedSize(size());
+    setAttribute(Qt::WA_QuitOnClose, false);
+    fitTexts(this);
+    m_ui->boxAskAgain->setChecked(!Options::instance()->queryOnExit);
+    connect(m_ui->btnExit, &QPushButton::clicked, this, &DlgExit::onExit);
+    connect(m_ui->btnCancel, &QPushButton::clicked, this, &DlgExit::reject);
+}
+
+DlgExit::~DlgExit() = default;
+
+void DlgExit::onExit()
+{
+    Options::instance()->queryOnExit = !m_ui->boxAskAgain->isChecked();
+    accept();
+}

@@ -1,0 +1,82 @@
+#include "dlgsettings.h"
+
+#include "fittexts.h"
+#include "messagebox.h"
+#include "options.h"
+#include "ui_dlgsettings.h"
+
+#include <QDir>
+
+DlgSettings::DlgSettings(QWidget *parent, FolderChooser chooser)
+    : QDialog(parent)
+    , m_ui(std::make_unique<Ui::dlgSettings>())
+    , m_chooseFolder(std::move(chooser))
+{
+    m_ui->setupUi(this);
+    setFixedDialogFlags(this);
+    setFixedSize(size());
+    setAttribute(Qt::WA_QuitOnClose, false);
+    fitTexts(this);
+    connect(m_ui->btnSelectFolder, &QPushButton::clicked, this, &DlgSettings::onSelectFolder);
+
+    const Options *options = Options::instance();
+    m_ui->checkBoxAuto->setChecked(options->autoOpenNew);
+    m_ui->checkBoxNotify->setChecked(options->notifyWhenFinished);
+    m_ui->checkBoxShutdown->setChecked(options->shutDownWhenAllFinished);
+    m_folder = options->outputFolder;
+    m_ui->lineEdit->setText(m_folder);
+}
+
+DlgSettings::~DlgSettings() = default;
+
+void DlgSettings::accept()
+{
+    Options *options = Options::instance();
+    options->autoOpenNew = m_ui->checkBoxAuto->checkState() == Qt::Checked;
+    options->notifyWhenFinished = m_ui->checkBoxNotify->checkState() == Qt::Checked;
+    options->shutDownWhenAllFinished = m_ui->checkBoxShutdown->checkState() == Qt::Checked;
+    options->outputFolder = m_folder;
+    QDialog::accept();
+}
+
+void DlgSettings::setFolder(QString path)
+{
+    ensureTrailingSeparator(path);
+    m_folder = path;
+    m_ui->lineEdit->setText(m_folder);
+}
+
+bool DlgSettings::createFolder(const QString &path)
+{
+    const QMessageBox::StandardButton answer = showMessageBox(
+        QMessageBox::Warning, QString(),
+        tr("Directory \"%1\" does not exist. Would you like to create it now?").arg(path),
+        QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
+    if (answer != QMessageBox::Yes)
+        return false;
+    if (ensureDir(path))
+        return true;
+    showMessageBox(QMessageBox::Warning, QString(),
+                   tr("Failed to create directory \"%1\".").arg(path), QMessageBox::Ok,
+                   QMessageBox::Ok);
+    return false;
+}
+
+void DlgSettings::onSelectFolder()
+{
+    QString path;
+    if (!m_chooseFolder(this, m_ui->lineEdit->text(), &path))
+        return;
+    if (!QDir(path).exists()) {
+        if (createFolder(path))
+            setFolder(path);
+    } else if (isFolderWritable(path)) {
+        setFolder(path);
+    } else {
+        showMessageBox(QMessageBox::Warning, QString(),
+                       tr("Cannot create files in the specified folder \"%1\". Please check if you "
+                          "have write permission to the folder.")
+                           .arg(path),
+                       QMessageBox::Ok, QMessageBox::Ok);
+    }
+}

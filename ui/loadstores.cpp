@@ -1,0 +1,47 @@
+#include "loadstores.h"
+
+#include "downloadermanager.h"
+#include "logfile.h"
+#include "messagebox.h"
+#include "outputprofilemanager.h"
+#include "webdatabase.h"
+
+#include <QCoreApplication>
+
+static void report(QMessageBox::Icon icon, const char *text, const QString &logText)
+{
+    showMessageBox(icon, QString(), QCoreApplication::translate("MainWindow", text),
+                   QMessageBox::Ok, QMessageBox::Ok);
+    LogFile::instance()->write(QStringLiteral("Failed:"), logText);
+}
+
+bool loadStores()
+{
+    if (!OutputProfileManager::instance()->load()) {
+        report(QMessageBox::Critical,
+               "Failed to load profiles. Please reinstall the program to solve this problem.",
+               QStringLiteral("Load profiles.xml"));
+        return false;
+    }
+    WebDatabase *database = WebDatabase::instance();
+    if (!database->Init()) {
+        report(QMessageBox::Critical,
+               "Failed to load the download database. Please reinstall the program to solve this "
+               "problem.",
+               QStringLiteral("Load Database."));
+        return false;
+    }
+    if (database->Read(DownloaderManager::instance()))
+        return true;
+    report(QMessageBox::Warning,
+           "Failed to read from the download database. A new database is going to be created and "
+           "the download history will be lost.",
+           QStringLiteral("Read Database."));
+    if (database->Recreate())
+        return true;
+    report(QMessageBox::Critical,
+           "Failed to create the download database. Please reinstall the program to solve this "
+           "problem.",
+           QStringLiteral("Create Database."));
+    return false;
+}

@@ -1,0 +1,47 @@
+#include "newdownload.h"
+
+#include "dlgnewdownload.h"
+#include "downloadermanager.h"
+#include "logfile.h"
+#include "texts.h"
+#include "trace.h"
+#include "webdatabase.h"
+
+NewDownload::NewDownload(DownloaderManager *manager, JobView *downloadList, QWidget *window)
+    : m_manager(manager)
+    , m_downloadList(downloadList)
+    , m_window(window)
+{
+}
+
+void NewDownload::run(const QString &url)
+{
+    if (m_open)
+        return;
+    m_open = true;
+    DlgNewDownload dialog(url, m_window);
+    dialog.activateWindow();
+    const bool accepted = dialog.exec() == QDialog::Accepted;
+    m_open = false;
+    if (accepted)
+        addJob(dialog.videoInfo());
+}
+
+void NewDownload::addJob(VideoInfo info)
+{
+    info.pageUrl = ensurePrefix(info.pageUrl, QStringLiteral("http://"));
+    const VideoStream stream = info.streams.value(info.selectedStream);
+    const auto log = [](const QString &tag, const QString &text) {
+        TRACE() << tag << text;
+        LogFile::instance()->write(tag, text);
+    };
+    log(QStringLiteral("Page URL:"), info.pageUrl);
+    log(QStringLiteral("Page Title:"), info.title);
+    log(QStringLiteral("Page Keyword:"), info.keyword);
+    log(QStringLiteral("Select Video:"), stream.dimension + QStringLiteral("  ") + stream.type);
+    log(QStringLiteral("Select URL:"), stream.videoAddress);
+
+    m_downloadList->insertJob(m_manager->addJob(info));
+    // A crash must not lose what was just asked for.
+    WebDatabase::instance()->Save(m_manager);
+}

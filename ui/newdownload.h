@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+
+class DownloaderManager;
+class JobView;
+class QWidget;
+struct VideoInfo;
+
+// Runs the dialog for a new download and makes a job of what comes of it.
+class NewDownload final
+{
+public:
+    NewDownload(DownloaderManager *manager, JobView *downloadList, QWidget *window);
+
+    bool isOpen() const { return m_open; }
+    void run(const QString &url); // modal; does nothing while the dialog is already open
+
+private:
+    void addJob(VideoInfo info);
+
+    DownloaderManager *m_manager;
+    JobView *m_downloadList;
+    QWidget *m_window;
+    bool m_open = false;
+};

@@ -1,0 +1,33 @@
+# The main window, what stands beside it, and the small dialogs.
+set(REELKEEPER_UI_WINDOW_SOURCES
+    clipboardwatch.cpp
+    clipboardwatch.h
+    dlgabout.cpp
+    dlgabout.h
+    dlgabout.ui
+    dlgexit.cpp
+    dlgexit.h
+    dlgexit.ui
+    dlgsettings.cpp
+    dlgsettings.h
+    dlgsettings.ui
+    dlgshutdown.cpp
+    dlgshutdown.h
+    dlgshutdown.ui
+    exitcontrol.cpp
+    exitcontrol.h
+    fittexts.cpp
+    fittexts.h
+    jobnotifications.cpp
+    jobnotifications.h
+    linklable.cpp
+    linklable.h
+    loadstores.cpp
+    loadstores.h
+    mainwindow.cpp
+    mainwindow.h
+    mainwindow.ui
+    newdownload.cpp
+    newdownload.h
+    trayicon.cpp
+    trayicon.h)
