@@ -1,5 +1,5 @@
 # The main window, what stands beside it, and the small dialogs.
-set(REELKEEPER_UI_WINDOW_SOURCES
+set(window_sources
     clipboardwatch.cpp
     clipboardwatch.h
     dlgabout.cpp
