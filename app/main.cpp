@@ -1,0 +1,58 @@
+#include "appinfo.h"
+#include "mainwindow.h"
+#include "platform.h"
+#include "resources.h"
+#include "singleapplication.h"
+
+#include <QFile>
+
+#include <memory>
+
+static int run(SingleApplication &application, bool show)
+{
+    // The session may end while the start-up still runs its dialogs: that ends them.
+    const QMetaObject::Connection starting = QObject::connect(
+        &application, &SingleApplication::queryEndSession, &application, &QCoreApplication::quit);
+    const auto window = std::make_unique<MainWindow>(show);
+    QObject::disconnect(starting);
+    if (window->exitCode() != 0)
+        return window->exitCode();
+
+    QObject::connect(&application, &SingleApplication::messageAvailable, window.get(),
+                     &MainWindow::onInstanceCheck);
+    QObject::connect(&application, &SingleApplication::queryEndSession, window.get(),
+                     &MainWindow::onEndSession);
+    if (application.isSessionEnding()) {
+        window->onEndSession();
+        return 0;
+    }
+    return application.exec();
+}
+
+int main(int argc, char **argv)
+{
+    const QString title = AppInfo::instance()->title;
+    platform::holdNamedMutex(AppInfo::instance()->instanceId);
+
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    SingleApplication application(argc, argv, title);
+    if (application.isRunning()) {
+        application.sendMessage(QStringLiteral("1"));
+        return 0;
+    }
+    // Only the main window ends the program, and it may be hidden while a dialog closes.
+    QApplication::setQuitOnLastWindowClosed(false);
+    const bool show = application.arguments().value(1) != QLatin1String("-hide");
+
+    initResources();
+    // Without its style sheet the program looks plain, no more.
+    QFile styleSheet(QStringLiteral(":/style/Shared/style/layout.qss"));
+    if (styleSheet.open(QIODevice::ReadOnly))
+        application.setStyleSheet(QString::fromUtf8(styleSheet.readAll()));
+    styleSheet.close();
+
+    QCoreApplication::setOrganizationName(QStringLiteral("Quarnitek"));
+    QCoreApplication::setApplicationName(title);
+    return run(application, show);
+}
