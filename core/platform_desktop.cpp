@@ -207,7 +207,7 @@ static bool hasProgramFor(const QString &path)
         query.waitForFinished(patience);
         return true;
     }
-    return query.exitStatus() != QProcess::NormalExit ||
+    return query.exitStatus() != QProcess::NormalExit || query.exitCode() != 0 ||
            !query.readAllStandardOutput().trimmed().isEmpty();
 }
 
