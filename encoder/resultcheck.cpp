@@ -54,22 +54,11 @@ std::string checkResult(const std::string &encoder, const EncoderCommand &comman
         return "could not be looked at";
 
     // Copying a second of it into nothing shows that there are packets behind the headers.
-    const std::vector<std::string> look = {"-hide_banner",
-                                           "-nostdin",
-                                           "-stats",
-                                           "-i",
-                                           "file:" + command.output,
-                                           "-map",
-                                           "0:v?",
-                                           "-map",
-                                           "0:a?",
-                                           "-t",
-                                           "1",
-                                           "-c",
-                                           "copy",
-                                           "-f",
-                                           "null",
-                                           "-"};
+    std::vector<std::string> look = {"-hide_banner", "-nostdin", "-stats", "-i"};
+    look.push_back("file:" + command.output);
+    for (const char *word : {"-map", "0:v?", "-map", "0:a?", "-t", "1", "-c", "copy"})
+        look.push_back(word);
+    look.insert(look.end(), {"-f", "null", "-"});
     bool hasVideo = false;
     bool hasAudio = false;
     bool hasLength = true;
