@@ -1,0 +1,87 @@
+# Functions for scripts that drive the program on a display: to be sourced. Everything that is
+# started through them ends with the script.
+
+children=()
+scratch=$(mktemp -d)
+
+end_children() {
+    local pid
+    for pid in "${children[@]}"; do kill "$pid" 2>/dev/null; done
+    for pid in "${children[@]}"; do wait "$pid" 2>/dev/null; done
+    rm -rf "$scratch"
+}
+trap end_children EXIT
+
+say() { printf '%s\n' "$*"; }
+die() { printf '%s\n' "$*" >&2; exit 1; }
+
+# wait_until SECONDS WHAT COMMAND...: runs the command until it succeeds.
+wait_until() {
+    local end=$((SECONDS + $1)) what=$2
+    shift 2
+    until "$@" >/dev/null 2>&1; do
+        [ $SECONDS -lt $end ] || { say "Waited in vain for $what." >&2; return 1; }
+        sleep 0.1
+    done
+}
+
+# A virtual display with a window manager; sets DISPLAY.
+start_display() {
+    Xvfb -displayfd 3 -screen 0 "${1:-1280x800x24}" -nolisten tcp \
+        3>"$scratch/display" >"$scratch/xvfb.log" 2>&1 &
+    children+=($!)
+    wait_until 20 "a virtual display" test -s "$scratch/display" || return 1
+    DISPLAY=:$(cat "$scratch/display")
+    export DISPLAY
+    unset WAYLAND_DISPLAY
+    openbox >"$scratch/openbox.log" 2>&1 &
+    children+=($!)
+    wait_until 20 "the window manager" \
+        sh -c 'xprop -root _NET_SUPPORTING_WM_CHECK | grep -q "window id"' 2>/dev/null || return 1
+}
+
+# start_site PORT [ARGUMENTS...]: the bundled site; sets site_host and site (host:port).
+start_site() {
+    local port=$1
+    shift
+    "$bin/reelkeeper-demo" --port "$port" "$@" >"$scratch/site" 2>"$scratch/site.err" &
+    site_pid=$!
+    children+=($site_pid)
+    local end=$((SECONDS + 120))
+    until grep -q Serving "$scratch/site"; do
+        if ! kill -0 $site_pid 2>/dev/null || [ $SECONDS -ge $end ]; then
+            cat "$scratch/site.err" >&2
+            return 1
+        fi
+        sleep 0.1
+    done
+    site=$(sed -n 's|.*http://\([^/ ]*\).*|\1|p' "$scratch/site")
+    site_host=${site%:*}
+}
+
+copy() { printf '%s' "$1" | xclip -selection clipboard -in >/dev/null 2>&1; }
+
+# window_named TITLE: the id of the visible window with exactly that title.
+window_named() { xdotool search --onlyvisible --name "^$1\$" 2>/dev/null | head -n 1 | grep .; }
+
+# press WINDOW KEY...: keys for a window, which gets the focus first.
+press() {
+    local window=$1
+    shift
+    xdotool windowactivate --sync "$window" 2>/dev/null || xdotool windowfocus "$window"
+    xdotool key --clearmodifiers "$@"
+}
+
+screenshot() { import -silent -window root "$1"; }
+
+data_folder() { printf '%s' "${XDG_DATA_HOME:-$HOME/.local/share}/Quarnitek/Corvane Reelkeeper"; }
+
+# job_field COLUMN ID: one field of a stored job.
+job_field() {
+    sqlite3 -readonly "$(data_folder)/Task.dat" \
+        "select $1 from video_download where id=$2 and id>0" 2>/dev/null
+}
+last_job() {
+    sqlite3 -readonly "$(data_folder)/Task.dat" \
+        "select coalesce(max(id),0) from video_download" 2>/dev/null || echo 0
+}
