@@ -1,0 +1,278 @@
+#include "appinfo.h"
+#include "cjslib.h"
+#include "dlgnewdownload.h"
+#include "httpserver.h"
+#include "options.h"
+#include "outputprofilemanager.h"
+#include "testmain.h"
+
+#include <QClipboard>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPointer>
+#include <QPushButton>
+#include <QTimer>
+
+namespace {
+const QByteArray profiles =
+    "<p><video_quality><q value='1x1' display='Low'/><q value='2x2' display='High'/>"
+    "<q value='3x3' display='Best'/></video_quality><save_as>"
+    "<g des='g'><i id='0' display='As it is' value='' ext='' size='0x0' fixed_size='0'/></g>"
+    "<g des='h'><i id='4' display='Small' value='' ext='m' size='0x0' fixed_size='0'/>"
+    "<i id='7' display='Phone' value='' ext='m' size='0x0' fixed_size='0'/></g></save_as></p>";
+
+// The parts of the dialog as a person finds them.
+struct Form
+{
+    explicit Form(QDialog &dialog)
+        : address(dialog.findChild<QLineEdit *>(QStringLiteral("lineEditPage")))
+        , message(dialog.findChild<QLabel *>(QStringLiteral("label_4")))
+        , quality(dialog.findChild<QComboBox *>(QStringLiteral("comboBox")))
+        , format(dialog.findChild<QComboBox *>(QStringLiteral("comboBox_2")))
+        , ok(dialog.findChild<QPushButton *>(QStringLiteral("btnOk")))
+    {
+    }
+    QLineEdit *address;
+    QLabel *message;
+    QComboBox *quality;
+    QComboBox *format;
+    QPushButton *ok;
+};
+
+QStringList entries(const QComboBox *box)
+{
+    QStringList texts;
+    for (int i = 0; i < box->count(); ++i)
+        texts.append(box->itemText(i));
+    return texts;
+}
+} // namespace
+
+class TestNewDownload : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit TestNewDownload(Sandbox &sandbox)
+        : m_sandbox(sandbox)
+    {
+    }
+
+private slots:
+    void initTestCase()
+    {
+        m_sandbox.loadOptions();
+        AppInfo::instance()->supportedHosts = QStringList{QStringLiteral("127.0.0.1")};
+        QVERIFY(writeFile(m_sandbox.scriptFolder() + QStringLiteral("127.0.0.1"),
+                          "strWebBuffer.toString()"));
+        CJSLib::instance()->loadScripts();
+        QVERIFY(writeFile(m_sandbox.path(QStringLiteral("Profiles.xml")), profiles));
+        QVERIFY(m_server.listen());
+        m_server.setResponse("/good", HttpResponse::text("2x2$9$$mp4|u"));
+        m_server.setResponse("/none", HttpResponse::text("$Error:"));
+    }
+    void init()
+    {
+        m_server.clearRequests();
+        choose(1, 4);
+        QGuiApplication::clipboard()->clear();
+    }
+    void cleanupTestCase()
+    {
+        OutputProfileManager::destroyInstance();
+        CJSLib::destroyInstance();
+        AppInfo::destroyInstance();
+    }
+
+    void offersTheChoices_data()
+    {
+        QTest::addColumn<int>("quality");
+        QTest::addColumn<int>("format");
+        QTest::addColumn<QString>("shownQuality");
+        QTest::addColumn<QString>("shownFormat");
+        QTest::newRow("stored") << 1 << 4 << "High"
+                                << "Small";
+        QTest::newRow("last") << 2 << 7 << "Best"
+                              << "Phone";
+        QTest::newRow("unknown") << 3 << 9 << ""
+                                 << "";
+    }
+    void offersTheChoices()
+    {
+        QFETCH(int, quality);
+        QFETCH(int, format);
+        choose(quality, format);
+        DlgNewDownload dialog{QString()};
+        const Form form(dialog);
+        QCOMPARE(entries(form.quality).join(QLatin1Char(',')), QStringLiteral("Low,High,,Best"));
+        QCOMPARE(entries(form.format).join(QLatin1Char(',')),
+                 QStringLiteral("As it is,,Small,Phone"));
+        QTEST(form.quality->currentText(), "shownQuality");
+        QTEST(form.format->currentText(), "shownFormat");
+        // Choices that are not there start the analysis all the same and change nothing.
+        form.address->setText(QStringLiteral("words"));
+        form.ok->click();
+        QCOMPARE(Options::instance()->sourceQuality, quality);
+        QCOMPARE(Options::instance()->outputFormat, format);
+    }
+
+    void startsWithTheAddress()
+    {
+        DlgNewDownload dialog(m_server.url());
+        const Form form(dialog);
+        QCOMPARE(form.address->selectedText(), m_server.url());
+        QCOMPARE(form.address->cursorPosition(), 0);
+        QVERIFY(form.message->isHidden());
+        QVERIFY(dialog.findChild<QLabel *>(QStringLiteral("label"))
+                    ->text()
+                    .contains(QStringLiteral("http://127.0.0.1/watch?v=")));
+    }
+
+    void showsAMessage_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<int>("requests");
+        QTest::newRow("nothing") << ""
+                                 << "Please input a YouTube URL." << 0;
+        QTest::newRow("blanks") << "   "
+                                << "Please input a YouTube URL." << 0;
+        QTest::newRow("words") << "words"
+                               << "The URL you input is invalid." << 0;
+        QTest::newRow("other site") << "www.other.test/1"
+                                    << "Page not support." << 0;
+        QTest::newRow("no page") << m_server.url(QStringLiteral("/404")) << "Can not get page."
+                                 << 5;
+        QTest::newRow("no video") << m_server.url(QStringLiteral("/none")) << "Not contain video."
+                                  << 1;
+    }
+    void showsAMessage()
+    {
+        QFETCH(QString, typed);
+        DlgNewDownload dialog{QString()};
+        const Form form(dialog);
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowActive(&dialog));
+        QTest::keyClicks(form.address, typed);
+        QTest::keyClick(form.address, Qt::Key_Return);
+        QTRY_VERIFY(form.message->isVisible());
+        QTEST(form.message->text(), "message");
+        QTEST(m_server.requests().size(), "requests");
+        QVERIFY(dialog.isVisible());
+        QVERIFY(form.ok->isEnabled());
+        QVERIFY(form.address->hasFocus());
+        if (!typed.trimmed().isEmpty())
+            QCOMPARE(form.address->selectedText(), typed);
+        QTest::keyClick(form.address, Qt::Key_X);
+        QVERIFY(form.message->isHidden());
+    }
+
+    void acceptsAPageWithStreams()
+    {
+        DlgNewDownload dialog{QString()};
+        const Form form(dialog);
+        QString typed = m_server.url(QStringLiteral("/good"));
+        form.address->setText(QStringLiteral(" ") + QString(typed).insert(9, QLatin1Char(' ')));
+        form.quality->setCurrentText(QStringLiteral("Best"));
+        form.format->setCurrentText(QStringLiteral("Phone"));
+        QSignalSpy accepted(&dialog, &QDialog::accepted);
+        form.ok->click();
+        QCOMPARE(accepted.size(), 1);
+        QCOMPARE(dialog.videoInfo().pageUrl, typed);
+        QCOMPARE(dialog.videoInfo().streams.size(), 1);
+        QCOMPARE(Options::instance()->sourceQuality, 2);
+        QCOMPARE(Options::instance()->outputFormat, 7);
+    }
+
+    void closedDuringTheAnalysis_data()
+    {
+        QTest::addColumn<bool>("deleted");
+        QTest::newRow("closed") << false;
+        QTest::newRow("deleted") << true;
+    }
+    void closedDuringTheAnalysis()
+    {
+        QFETCH(bool, deleted);
+        HttpResponse silent;
+        silent.stallBeforeHeaders = true;
+        m_server.setResponse("/silent", silent);
+        QPointer<DlgNewDownload> dialog(
+            new DlgNewDownload(m_server.url(QStringLiteral("/silent"))));
+        QSignalSpy accepted(dialog, &QDialog::accepted);
+        dialog->show();
+        QTimer watch;
+        connect(&watch, &QTimer::timeout, this, [this, &watch, &dialog, deleted] {
+            if (m_server.requests().isEmpty())
+                return;
+            watch.stop();
+            QVERIFY(!Form(*dialog).ok->isEnabled());
+            if (deleted)
+                delete dialog.data();
+            else
+                dialog->reject();
+        });
+        watch.start(10);
+        dialog->onDownload(); // returns when the analysis is over
+        QVERIFY(!watch.isActive());
+        QCOMPARE(dialog.isNull(), deleted);
+        QCOMPARE(accepted.size(), 0);
+        QCOMPARE(m_server.requests().size(), 1);
+        delete dialog.data();
+    }
+
+    void pastesOncePerEntry()
+    {
+        DlgNewDownload dialog(QStringLiteral("typed"));
+        const Form form(dialog);
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        const auto copy = [](const QString &text) { QGuiApplication::clipboard()->setText(text); };
+        // Moves over a child count as moves over the dialog.
+        const auto move = [](QWidget *widget) {
+            QMouseEvent event(QEvent::MouseMove, QPointF(5, 5), Qt::NoButton, Qt::NoButton,
+                              Qt::NoModifier);
+            QApplication::sendEvent(widget, &event);
+        };
+        const auto leave = [&dialog] {
+            QEvent event(QEvent::Leave);
+            QApplication::sendEvent(&dialog, &event);
+        };
+        leave();
+        copy(QStringLiteral("http://www.other.test/1"));
+        move(&dialog);
+        QCOMPARE(form.address->text(), QStringLiteral("typed"));
+        copy(QStringLiteral(" http://127.0.0.1/a\n"));
+        move(&dialog);
+        QCOMPARE(form.address->text(), QStringLiteral("typed"));
+        leave();
+        move(form.address);
+        QCOMPARE(form.address->text(), QStringLiteral("http://127.0.0.1/a"));
+        QCOMPARE(form.address->selectedText(), form.address->text());
+        form.address->setText(QStringLiteral(" http://127.0.0.1/a "));
+        leave();
+        move(&dialog);
+        QCOMPARE(form.address->text(), QStringLiteral(" http://127.0.0.1/a "));
+        copy(QStringLiteral("127.0.0.1/b"));
+        leave();
+        form.ok->setEnabled(false); // as while an analysis runs
+        move(&dialog);
+        QCOMPARE(form.address->text(), QStringLiteral(" http://127.0.0.1/a "));
+    }
+
+private:
+    void choose(int quality, int format)
+    {
+        Options::instance()->sourceQuality = quality;
+        Options::instance()->outputFormat = format;
+        OutputProfileManager::destroyInstance();
+        QVERIFY(
+            OutputProfileManager::instance()->load(m_sandbox.path(QStringLiteral("Profiles.xml"))));
+    }
+
+    Sandbox &m_sandbox;
+    HttpServer m_server;
+};
+
+REELKEEPER_TEST_MAIN(TestNewDownload)
+#include "tst_newdownload.moc"
