@@ -78,7 +78,8 @@ void SimpleDownload::releaseReply()
     if (!m_reply)
         return;
     m_reply->disconnect(this);
-    if (!m_reply->isFinished())
+    // A reply that is reporting its error is not finished yet and must not be ended once more.
+    if (!m_reply->isFinished() && m_reply->error() == QNetworkReply::NoError)
         m_reply->abort();
     m_reply->deleteLater();
     m_reply = nullptr;
