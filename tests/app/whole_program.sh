@@ -1,0 +1,85 @@
+#!/usr/bin/env bash
+# The program as a person meets it, on a virtual display and the bundled site: an address is copied,
+# the dialog opens by itself, Enter downloads, the file is the stream byte for byte and still in the
+# list after a restart, however the run before ended.
+#   whole_program.sh BIN-FOLDER
+set -euo pipefail
+bin=$1
+. "$(dirname "$0")/../../scripts/desktop.sh"
+
+for name in HOME XDG_CONFIG_HOME XDG_DATA_HOME XDG_RUNTIME_DIR XDG_CACHE_HOME TMPDIR; do
+    export "$name=$scratch/$name"
+    mkdir -p -m 700 "$scratch/$name"
+done
+export DBUS_SESSION_BUS_ADDRESS=unix:path=$scratch/none DBUS_SYSTEM_BUS_ADDRESS=unix:path=$scratch/none
+
+start_site 0 --media "$bin/demo-media" --rate 400000 || die "no site"
+export REELKEEPER_SITE_HOST=$site_host REELKEEPER_UPDATE_HOST=$site
+start_display || die "no display"
+
+start_program() {
+    "$bin/reelkeeper" "$@" >"$scratch/program.log" 2>&1 &
+    program=$!
+    children+=($program)
+}
+end_program() { # SIGNAL EXPECTED-CODE
+    kill "-$1" "$program"
+    local code=0
+    wait "$program" 2>/dev/null || code=$?
+    [ $code -eq "$2" ] || die "ended with $code after SIG$1: $(cat "$scratch/program.log")"
+}
+window_shown() { wait_until 30 "the window" window_named "Corvane Reelkeeper" || die "no window"; }
+state_is() { [ "$(job_field video_state "$1")" = "$2" ]; }
+bytes_of() { stat -c %s "$(job_field video_mame "$1")"; }
+has_bytes() { [ "$(bytes_of "$1")" -gt "$2" ]; }
+download() { # ADDRESS
+    copy "$1"
+    wait_until 20 "the dialog" window_named "Download Video" || die "no dialog for $1"
+    press "$(window_named "Download Video")" Return
+}
+
+say "A copied address becomes a finished file"
+start_program
+window_shown
+download "http://$site/watch?v=several-sizes"
+wait_until 60 "the finished job" state_is 1 3 || die "the download did not finish"
+file=$(job_field output_name 1)
+[ "$(basename "$file")" = "Several frame sizes.mp4" ] || die "named $file"
+curl -s --fail -o "$scratch/stream" "$(job_field video_url 1)"
+cmp "$file" "$scratch/stream"
+
+say "A second start hands over to the first and ends with 0"
+xdotool windowminimize --sync "$(window_named "Corvane Reelkeeper")"
+"$bin/reelkeeper" || die "the second start ended with $?"
+wait_until 10 "the window to come back" window_named "Corvane Reelkeeper" || die "not raised"
+
+say "A request to end stops a running download with every byte it has"
+download "http://$site/watch?v=longer"
+wait_until 30 "the job" state_is 2 0 || die "the new job is not stored"
+sleep 1 # some of the stream
+end_program TERM 0
+state_is 1 3 && state_is 2 0 || die "the jobs were not saved"
+has_bytes 2 100000 || die "nothing was downloaded"
+bytes=$(bytes_of 2)
+
+say "A killed run does not stand in the way of the next, which goes on with the download"
+start_program -hide
+wait_until 30 "more bytes" has_bytes 2 $((bytes + 100000)) || die "the download did not go on"
+end_program KILL 137
+start_program
+window_shown
+wait_until 60 "the second job" state_is 2 3 || die "the resumed download did not finish"
+curl -s --fail -o "$scratch/stream" "$(job_field video_url 2)"
+cmp "$(job_field output_name 2)" "$scratch/stream"
+
+say "A list that cannot be kept ends the start with code 2 and a message"
+end_program INT 0
+mv "$(data_folder)" "$scratch/data"
+touch "$(data_folder)"
+start_program
+wait_until 30 "the message" window_named "Reelkeeper" || die "no message"
+press "$(window_named "Reelkeeper")" Return
+code=0
+wait "$program" || code=$?
+[ $code -eq 2 ] || die "ended with $code instead of 2"
+say "1 passed, 0 failed"
