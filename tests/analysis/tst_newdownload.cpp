@@ -40,12 +40,12 @@ struct Form
     QPushButton *ok;
 };
 
-QStringList entries(const QComboBox *box)
+QString entries(const QComboBox *box)
 {
     QStringList texts;
     for (int i = 0; i < box->count(); ++i)
         texts.append(box->itemText(i));
-    return texts;
+    return texts.join(QLatin1Char(','));
 }
 } // namespace
 
@@ -85,36 +85,29 @@ private slots:
         AppInfo::destroyInstance();
     }
 
-    void offersTheChoices_data()
-    {
-        QTest::addColumn<int>("quality");
-        QTest::addColumn<int>("format");
-        QTest::addColumn<QString>("shownQuality");
-        QTest::addColumn<QString>("shownFormat");
-        QTest::newRow("stored") << 1 << 4 << "High"
-                                << "Small";
-        QTest::newRow("last") << 2 << 7 << "Best"
-                              << "Phone";
-        QTest::newRow("unknown") << 3 << 9 << ""
-                                 << "";
-    }
     void offersTheChoices()
     {
-        QFETCH(int, quality);
-        QFETCH(int, format);
-        choose(quality, format);
-        DlgNewDownload dialog{QString()};
-        const Form form(dialog);
-        QCOMPARE(entries(form.quality).join(QLatin1Char(',')), QStringLiteral("Low,High,,Best"));
-        QCOMPARE(entries(form.format).join(QLatin1Char(',')),
-                 QStringLiteral("As it is,,Small,Phone"));
-        QTEST(form.quality->currentText(), "shownQuality");
-        QTEST(form.format->currentText(), "shownFormat");
-        // Choices that are not there start the analysis all the same and change nothing.
-        form.address->setText(QStringLiteral("words"));
-        form.ok->click();
-        QCOMPARE(Options::instance()->sourceQuality, quality);
-        QCOMPARE(Options::instance()->outputFormat, format);
+        static const struct
+        {
+            int quality;
+            int format;
+            const char *shown;
+        } cases[] = {{1, 4, "High,Small"}, {2, 7, "Best,Phone"}, {3, 9, ","}};
+        for (const auto &row : cases) {
+            choose(row.quality, row.format);
+            DlgNewDownload dialog{QString()};
+            const Form form(dialog);
+            QCOMPARE(entries(form.quality), QStringLiteral("Low,High,,Best"));
+            QCOMPARE(entries(form.format), QStringLiteral("As it is,,Small,Phone"));
+            QCOMPARE(form.quality->currentText() + QLatin1Char(',') + form.format->currentText(),
+                     QString::fromLatin1(row.shown));
+            // Choices that are not there start the analysis all the same and change nothing.
+            form.address->setText(QStringLiteral("words"));
+            form.ok->click();
+            QVERIFY(!form.message->isHidden());
+            QCOMPARE(Options::instance()->sourceQuality, row.quality);
+            QCOMPARE(Options::instance()->outputFormat, row.format);
+        }
     }
 
     void startsWithTheAddress()
@@ -129,43 +122,35 @@ private slots:
                     .contains(QStringLiteral("http://127.0.0.1/watch?v=")));
     }
 
-    void showsAMessage_data()
-    {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<QString>("message");
-        QTest::addColumn<int>("requests");
-        QTest::newRow("nothing") << ""
-                                 << "Please input a YouTube URL." << 0;
-        QTest::newRow("blanks") << "   "
-                                << "Please input a YouTube URL." << 0;
-        QTest::newRow("words") << "words"
-                               << "The URL you input is invalid." << 0;
-        QTest::newRow("other site") << "www.other.test/1"
-                                    << "Page not support." << 0;
-        QTest::newRow("no page") << m_server.url(QStringLiteral("/404")) << "Can not get page."
-                                 << 5;
-        QTest::newRow("no video") << m_server.url(QStringLiteral("/none")) << "Not contain video."
-                                  << 1;
-    }
     void showsAMessage()
     {
-        QFETCH(QString, typed);
-        DlgNewDownload dialog{QString()};
-        const Form form(dialog);
-        dialog.show();
-        QVERIFY(QTest::qWaitForWindowActive(&dialog));
-        QTest::keyClicks(form.address, typed);
-        QTest::keyClick(form.address, Qt::Key_Return);
-        QTRY_VERIFY(form.message->isVisible());
-        QTEST(form.message->text(), "message");
-        QTEST(m_server.requests().size(), "requests");
-        QVERIFY(dialog.isVisible());
-        QVERIFY(form.ok->isEnabled());
-        QVERIFY(form.address->hasFocus());
-        if (!typed.trimmed().isEmpty())
-            QCOMPARE(form.address->selectedText(), typed);
-        QTest::keyClick(form.address, Qt::Key_X);
-        QVERIFY(form.message->isHidden());
+        const struct
+        {
+            QString typed;
+            const char *message;
+            int requests;
+        } cases[] = {
+            {QStringLiteral("  "), "Please input a YouTube URL.", 0},
+            {QStringLiteral("words"), "The URL you input is invalid.", 0},
+            {QStringLiteral("www.other.test/1"), "Page not support.", 0},
+            {m_server.url(QStringLiteral("/404")), "Can not get page.", 5},
+            {m_server.url(QStringLiteral("/none")), "Not contain video.", 1},
+        };
+        for (const auto &row : cases) {
+            m_server.clearRequests();
+            DlgNewDownload dialog{QString()};
+            const Form form(dialog);
+            dialog.show();
+            QVERIFY(QTest::qWaitForWindowActive(&dialog));
+            QTest::keyClicks(form.address, row.typed);
+            QTest::keyClick(form.address, Qt::Key_Return);
+            QTRY_VERIFY(form.message->isVisible());
+            QCOMPARE(form.message->text(), QString::fromLatin1(row.message));
+            QCOMPARE(m_server.requests().size(), row.requests);
+            QVERIFY(dialog.isVisible() && form.ok->isEnabled() && form.address->hasFocus());
+            QTest::keyClick(form.address, Qt::Key_X);
+            QVERIFY(form.message->isHidden());
+        }
     }
 
     void acceptsAPageWithStreams()
@@ -185,41 +170,8 @@ private slots:
         QCOMPARE(Options::instance()->outputFormat, 7);
     }
 
-    void closedDuringTheAnalysis_data()
-    {
-        QTest::addColumn<bool>("deleted");
-        QTest::newRow("closed") << false;
-        QTest::newRow("deleted") << true;
-    }
-    void closedDuringTheAnalysis()
-    {
-        QFETCH(bool, deleted);
-        HttpResponse silent;
-        silent.stallBeforeHeaders = true;
-        m_server.setResponse("/silent", silent);
-        QPointer<DlgNewDownload> dialog(
-            new DlgNewDownload(m_server.url(QStringLiteral("/silent"))));
-        QSignalSpy accepted(dialog, &QDialog::accepted);
-        dialog->show();
-        QTimer watch;
-        connect(&watch, &QTimer::timeout, this, [this, &watch, &dialog, deleted] {
-            if (m_server.requests().isEmpty())
-                return;
-            watch.stop();
-            QVERIFY(!Form(*dialog).ok->isEnabled());
-            if (deleted)
-                delete dialog.data();
-            else
-                dialog->reject();
-        });
-        watch.start(10);
-        dialog->onDownload(); // returns when the analysis is over
-        QVERIFY(!watch.isActive());
-        QCOMPARE(dialog.isNull(), deleted);
-        QCOMPARE(accepted.size(), 0);
-        QCOMPARE(m_server.requests().size(), 1);
-        delete dialog.data();
-    }
+    void closedDuringTheAnalysis() { endDuringTheAnalysis(false); }
+    void deletedDuringTheAnalysis() { endDuringTheAnalysis(true); }
 
     void pastesOncePerEntry()
     {
@@ -261,6 +213,35 @@ private slots:
     }
 
 private:
+    void endDuringTheAnalysis(bool deleted)
+    {
+        HttpResponse silent;
+        silent.stallBeforeHeaders = true;
+        m_server.setResponse("/silent", silent);
+        QPointer<DlgNewDownload> dialog(
+            new DlgNewDownload(m_server.url(QStringLiteral("/silent"))));
+        QSignalSpy accepted(dialog, &QDialog::accepted);
+        dialog->show();
+        QTimer watch;
+        connect(&watch, &QTimer::timeout, this, [this, &watch, &dialog, deleted] {
+            if (m_server.requests().isEmpty())
+                return;
+            watch.stop();
+            QVERIFY(!Form(*dialog).ok->isEnabled());
+            if (deleted)
+                delete dialog.data();
+            else
+                dialog->reject();
+        });
+        watch.start(10);
+        dialog->onDownload(); // returns when the analysis is over
+        QVERIFY(!watch.isActive());
+        QCOMPARE(dialog.isNull(), deleted);
+        QCOMPARE(accepted.size(), 0);
+        QCOMPARE(m_server.requests().size(), 1);
+        delete dialog.data();
+    }
+
     void choose(int quality, int format)
     {
         Options::instance()->sourceQuality = quality;

@@ -9,11 +9,6 @@
 #include <QThread>
 #include <QTimer>
 
-namespace {
-const QByteArray domain = "<sites><domain name='d'><f des='' name='s'/></domain></sites>";
-const QByteArray server = "<js version='7' size='1' path='http://h/'/>";
-} // namespace
-
 class TestSiteScripts : public QObject
 {
     Q_OBJECT
@@ -65,53 +60,47 @@ private slots:
         QVERIFY(library.scripts().isEmpty());
     }
 
-    void manifest_data()
+    void manifestCodes()
     {
-        QTest::addColumn<QByteArray>("xml");
-        QTest::addColumn<int>("result");
-        const auto named = [](const QByteArray &name) {
-            return server + QByteArray(domain).replace("name='s'", "name='" + name + "'");
+        static const struct
+        {
+            const char *xml;
+            int result;
+        } cases[] = {
+            {"<js version='5' size='' path=''/>SITES<x/>JS<!-- c -->", 7},
+            {"<js version='' size='' path=''/>SITES", 0},
+            {"JS", 7},
+            {"JS<sites><domain name='d'><f des='' name='site/s'/></domain></sites>", 7},
+            {"<js>", -2},
+            {"<js version='7' path=''/>SITES", -3},
+            {"JS<sites><domain name='d'><f des='' name='s'/><!-- c --></domain></sites>", -4},
+            {"JS<sites><domain name='d'><f name='s'/></domain></sites>", -4},
+            {"JS<sites><domain name='d'/></sites>", -4},
+            {"JS<sites><domain><f des='' name='s'/></domain></sites>", -4},
+            {"JS<sites><x/></sites>", -4},
+            {"SITES", -5},
+            {"JS<sites><domain name='d'><f des='' name='../s'/></domain></sites>", -6},
+            {"JS<sites><domain name='d'><f des='' name='a/. ./../s'/></domain></sites>", -6},
+            {"JS<sites><domain name='d'><f des='' name='/etc/s'/></domain></sites>", -6},
+            {"JS<sites><domain name='d'><f des='' name='..\\s'/></domain></sites>", -6},
+            {"JS<sites><domain name='d'><f des='' name='c:s'/></domain></sites>", -6},
+            {"JS<sites><domain name='d'><f des='' name=' '/></domain></sites>", -6},
+            {"<js version='-1' size='' path=''/>SITES", -7},
         };
-        const auto children = [](const QByteArray &xml) {
-            return server + "<sites><domain name='d'>" + xml + "</domain></sites>";
-        };
-        QTest::newRow("good") << server + domain << 7;
-        QTest::newRow("last server wins")
-            << "<js version='5' size='' path=''/>" + domain + server << 7;
-        QTest::newRow("other elements") << "<x/>" + server + "<!-- c -->" + domain << 7;
-        QTest::newRow("empty version") << "<js version='' size='' path=''/>" + domain << 0;
-        QTest::newRow("no sites") << server << 7;
-        QTest::newRow("subfolder") << named("site/s") << 7;
-        QTest::newRow("not XML") << QByteArray("<js>") << -2;
-        QTest::newRow("no size") << "<js version='7' path=''/>" + domain << -3;
-        QTest::newRow("comment among the files")
-            << children("<f des='' name='s'/><!-- c -->") << -4;
-        QTest::newRow("no des") << children("<f name='s'/>") << -4;
-        QTest::newRow("no file") << children("") << -4;
-        QTest::newRow("unnamed domain")
-            << server + QByteArray(domain).replace("name='d'", "") << -4;
-        QTest::newRow("no domain") << server + "<sites><x/></sites>" << -4;
-        QTest::newRow("no server") << domain << -5;
-        QTest::newRow("parent folder") << named("../s") << -6;
-        QTest::newRow("parent folder inside") << named("a/../../s") << -6;
-        QTest::newRow("parent folder with blanks") << named(". ./s") << -6;
-        QTest::newRow("absolute") << named("/etc/s") << -6;
-        QTest::newRow("backslash") << named("..\\s") << -6;
-        QTest::newRow("drive") << named("c:s") << -6;
-        QTest::newRow("empty name") << named(" ") << -6;
-        QTest::newRow("negative version") << "<js version='-1' size='' path=''/>" + domain << -7;
+        for (const auto &row : cases) {
+            QByteArray xml(row.xml);
+            xml.replace("JS", "<js version='7' size='1' path='http://h/'/>");
+            xml.replace("SITES", "<sites><domain name='d'><f des='' name='s'/></domain></sites>");
+            write(QStringLiteral("Profile.xml"), "<profile>" + xml + "</profile>");
+            const int result = SiteProfile().load(file(QStringLiteral("Profile.xml")));
+            QVERIFY2(result == row.result, row.xml);
+        }
+        QCOMPARE(SiteProfile().load(file(QStringLiteral("missing"))), -1);
     }
-    void manifest()
-    {
-        QFETCH(QByteArray, xml);
-        write(QStringLiteral("Profile.xml"), "<profile>" + xml + "</profile>");
-        SiteProfile profile;
-        QTEST(profile.load(file(QStringLiteral("Profile.xml"))), "result");
-    }
+
     void manifestContent()
     {
         SiteProfile profile;
-        QCOMPARE(profile.load(file(QStringLiteral("missing"))), -1);
         write(QStringLiteral("Profile.xml"),
               "<p><js version='3' size='9' path='http://h/p/'/><sites>"
               "<domain name='d'><f des='x' name=' a b '/><g des='' name='c'/></domain></sites>"
@@ -128,28 +117,24 @@ private slots:
         QCOMPARE(profile.domains.size(), 2);
     }
 
-    void scriptResult_data()
-    {
-        QTest::addColumn<QByteArray>("script");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("page text") << QByteArray("strWebBuffer.toString() + '!'") << "the page!";
-        QTest::newRow("variant object") << QByteArray("typeof strWebBuffer") << "object";
-        QTest::newRow("completion value")
-            << QByteArray("var a = 1; a + 1; if (a) 'x'; else 'y'") << "x";
-        QTest::newRow("not unescaped") << QByteArray("'a&amp;b'") << "a&amp;b";
-        QTest::newRow("exception") << QByteArray("throw new Error('broken')") << "Error: broken";
-        QTest::newRow("no statement") << QByteArray() << "undefined";
-        QTest::newRow("nothing else is handed in")
-            << QByteArray("[typeof print, typeof gc, typeof version, alert.length].join()")
-            << "undefined,undefined,undefined,0";
-        QTest::newRow("byte-order mark")
-            << QByteArray("\xFF\xFE'\0\x1F\x04'\0", 8) << QString(QChar(0x41F));
-    }
     void scriptResult()
     {
-        QFETCH(QByteArray, script);
-        write(QStringLiteral("site"), script);
-        QTEST(parse().streamText, "expected");
+        static const struct
+        {
+            QByteArray script;
+            const char *expected;
+        } cases[] = {
+            {"typeof strWebBuffer + strWebBuffer.toString()", "objectthe page"},
+            {"var a = 1; a + 1; if (a) 'x&amp;'; else 'y'", "x&amp;"},
+            {"throw new Error('broken')", "Error: broken"},
+            {"", "undefined"},
+            {"[typeof print, typeof gc, typeof version].join()", "undefined,undefined,undefined"},
+            {QByteArray("\xFF\xFE'\0\x1F\x04'\0", 8), "П"},
+        };
+        for (const auto &row : cases) {
+            write(QStringLiteral("site"), row.script);
+            QCOMPARE(parse().streamText, QString::fromUtf8(row.expected));
+        }
     }
 
     void companionScripts()
@@ -167,23 +152,12 @@ private slots:
         QCOMPARE(parse().streamText, QStringLiteral("undefined"));
     }
 
-    void unescape_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("all") << "&quot;&#39;&amp;&lt;&gt;&nbsp;"
-                             << "\"'&<> ";
-        QTest::newRow("twice") << "&amp;lt;&amp;gt;&amp;nbsp;"
-                               << "<> ";
-        QTest::newRow("once") << "&amp;quot;&amp;#39;&amp;amp;"
-                              << "&quot;&#39;&amp;";
-        QTest::newRow("case") << "&LT;&copy;"
-                              << "&LT;&copy;";
-    }
     void unescape()
     {
-        QFETCH(QString, text);
-        QTEST(unescapeHtml(text), "expected");
+        QCOMPARE(unescapeHtml(QStringLiteral("&quot;&#39;&amp;&lt;&gt;&nbsp;&LT;")),
+                 QStringLiteral("\"'&<> &LT;"));
+        QCOMPARE(unescapeHtml(QStringLiteral("&amp;lt;&amp;gt;&amp;nbsp;&amp;quot;&amp;#39;")),
+                 QStringLiteral("<> &quot;&#39;"));
     }
 
     void alertShowsABox()

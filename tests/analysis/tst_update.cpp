@@ -117,40 +117,8 @@ private slots:
         QVERIFY(m_sandbox.logLines().value(0).endsWith(QStringLiteral(" downlaod failed.")));
     }
 
-    void closedDuringTheCheck_data()
-    {
-        QTest::addColumn<bool>("deleted");
-        QTest::newRow("closed") << false;
-        QTest::newRow("deleted") << true;
-    }
-    void closedDuringTheCheck()
-    {
-        QFETCH(bool, deleted);
-        HttpResponse silent;
-        silent.stallBeforeHeaders = true;
-        m_server->setResponse(manifestPath, silent);
-        QPointer<QDlgUpdate> dialog(new QDlgUpdate);
-        QSignalSpy accepted(dialog, &QDialog::accepted);
-        QTimer watch;
-        connect(&watch, &QTimer::timeout, this, [this, &watch, &dialog, deleted] {
-            if (m_server->requests().isEmpty())
-                return;
-            watch.stop();
-            if (deleted)
-                delete dialog.data();
-            else
-                QTest::keyClick(dialog, Qt::Key_Escape);
-        });
-        watch.start(10);
-        QElapsedTimer waited;
-        waited.start();
-        QCOMPARE(dialog->exec(), int(QDialog::Rejected));
-        QVERIFY(waited.elapsed() < SimpleDownload::transferTimeout);
-        QCOMPARE(dialog.isNull(), deleted);
-        QCOMPARE(m_sandbox.logLines().size(), 1);
-        QCOMPARE(accepted.size(), 0);
-        delete dialog.data();
-    }
+    void closedDuringTheCheck() { endDuringTheCheck(false); }
+    void deletedDuringTheCheck() { endDuringTheCheck(true); }
 
     void download_data()
     {
@@ -196,6 +164,34 @@ private slots:
     }
 
 private:
+    void endDuringTheCheck(bool deleted)
+    {
+        HttpResponse silent;
+        silent.stallBeforeHeaders = true;
+        m_server->setResponse(manifestPath, silent);
+        QPointer<QDlgUpdate> dialog(new QDlgUpdate);
+        QSignalSpy accepted(dialog, &QDialog::accepted);
+        QTimer watch;
+        connect(&watch, &QTimer::timeout, this, [this, &watch, &dialog, deleted] {
+            if (m_server->requests().isEmpty())
+                return;
+            watch.stop();
+            if (deleted)
+                delete dialog.data();
+            else
+                QTest::keyClick(dialog, Qt::Key_Escape);
+        });
+        watch.start(10);
+        QElapsedTimer waited;
+        waited.start();
+        QCOMPARE(dialog->exec(), int(QDialog::Rejected));
+        QVERIFY(waited.elapsed() < SimpleDownload::transferTimeout);
+        QCOMPARE(dialog.isNull(), deleted);
+        QCOMPARE(m_sandbox.logLines().size(), 1);
+        QCOMPARE(accepted.size(), 0);
+        delete dialog.data();
+    }
+
     QString file(const char *name) const
     {
         return m_sandbox.scriptFolder() + QString::fromLatin1(name);
