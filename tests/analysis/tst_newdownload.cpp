@@ -25,18 +25,17 @@ const QByteArray profiles =
 // The parts of the dialog as a person finds them.
 struct Form
 {
-    explicit Form(QDialog &dialog)
-        : address(dialog.findChild<QLineEdit *>(QStringLiteral("lineEditPage")))
+    explicit Form(const QDialog &dialog)
+        : address(dialog.findChild<QLineEdit *>())
         , message(dialog.findChild<QLabel *>(QStringLiteral("label_4")))
         , quality(dialog.findChild<QComboBox *>(QStringLiteral("comboBox")))
         , format(dialog.findChild<QComboBox *>(QStringLiteral("comboBox_2")))
-        , ok(dialog.findChild<QPushButton *>(QStringLiteral("btnOk")))
+        , ok(dialog.findChild<QPushButton *>())
     {
     }
     QLineEdit *address;
     QLabel *message;
-    QComboBox *quality;
-    QComboBox *format;
+    QComboBox *quality, *format;
     QPushButton *ok;
 };
 
@@ -177,8 +176,6 @@ private slots:
     {
         DlgNewDownload dialog(QStringLiteral("typed"));
         const Form form(dialog);
-        dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
         const auto copy = [](const QString &text) { QGuiApplication::clipboard()->setText(text); };
         // Moves over a child count as moves over the dialog.
         const auto move = [](QWidget *widget) {
@@ -190,26 +187,24 @@ private slots:
             QEvent event(QEvent::Leave);
             QApplication::sendEvent(&dialog, &event);
         };
-        leave();
+        const QString address = QStringLiteral("http://127.0.0.1/a");
         copy(QStringLiteral("http://www.other.test/1"));
         move(&dialog);
-        QCOMPARE(form.address->text(), QStringLiteral("typed"));
-        copy(QStringLiteral(" http://127.0.0.1/a\n"));
-        move(&dialog);
+        copy(QStringLiteral(" %1\n").arg(address));
+        move(&dialog); // looked at once per entry
         QCOMPARE(form.address->text(), QStringLiteral("typed"));
         leave();
         move(form.address);
-        QCOMPARE(form.address->text(), QStringLiteral("http://127.0.0.1/a"));
-        QCOMPARE(form.address->selectedText(), form.address->text());
-        form.address->setText(QStringLiteral(" http://127.0.0.1/a "));
+        QCOMPARE(form.address->text(), address);
+        QCOMPARE(form.address->selectedText(), address);
+        form.address->setText(address + QLatin1Char(' '));
         leave();
-        move(&dialog);
-        QCOMPARE(form.address->text(), QStringLiteral(" http://127.0.0.1/a "));
+        move(&dialog); // the same but for blanks
         copy(QStringLiteral("127.0.0.1/b"));
         leave();
         form.ok->setEnabled(false); // as while an analysis runs
         move(&dialog);
-        QCOMPARE(form.address->text(), QStringLiteral(" http://127.0.0.1/a "));
+        QCOMPARE(form.address->text(), address + QLatin1Char(' '));
     }
 
 private:

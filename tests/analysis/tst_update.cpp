@@ -45,59 +45,48 @@ private slots:
         AppInfo::instance()->profileListUrl = m_server->url(QString::fromLatin1(manifestPath));
     }
 
-    void check_data()
-    {
-        QTest::addColumn<int>("version");
-        QTest::addColumn<QByteArray>("secondName");
-        QTest::addColumn<QByteArray>("broken"); // path of the answer that is cut in the middle
-        QTest::addColumn<bool>("accepted");
-        QTest::addColumn<QString>("log");
-        QTest::addColumn<QByteArrayList>("scripts"); // contents afterwards
-        const QByteArray b = "site.b";
-        const QByteArrayList old = {"old a", "old b"};
-        const QByteArrayList fresh = {"new a", "new b"};
-        const char noManifest[] = "%1 downlaod failed.";
-        const char noScripts[] = "download js to \"%2\" failed.";
-        QTest::newRow("newer") << 101 << b << QByteArray() << true << "update to new version(101)."
-                               << fresh;
-        QTest::newRow("lower") << 99 << b << QByteArray() << true << "update to new version(99)."
-                               << fresh;
-        QTest::newRow("same") << 100 << b << QByteArray() << true
-                              << "current version(100) same as server." << old;
-        QTest::newRow("negative") << -4 << b << QByteArray() << false << noManifest << old;
-        QTest::newRow("name leaves the folder")
-            << 101 << QByteArray("../site.b") << QByteArray() << false << noManifest << old;
-        QTest::newRow("manifest cut") << 101 << b << manifestPath << false << noManifest << old;
-        QTest::newRow("script cut") << 101 << b << QByteArray("/js/site.b") << false << noScripts
-                                    << QByteArrayList{"new a", "old b"};
-        QTest::newRow("script missing") << 101 << QByteArray("site.c") << QByteArray() << false
-                                        << noScripts << QByteArrayList{"new a", "old b"};
-    }
     void check()
     {
-        QFETCH(int, version);
-        QFETCH(QByteArray, secondName);
-        QFETCH(QByteArray, broken);
-        QFETCH(bool, accepted);
-        QFETCH(QString, log);
-        publish(version, secondName);
-        if (!broken.isEmpty()) {
+        const char noManifest[] = "%1 downlaod failed.";
+        const char noScripts[] = "download js to \"%2\" failed.";
+        const struct
+        {
+            int version;
+            const char *secondName;
+            QByteArray cut; // the path whose answer breaks off
+            bool accepted;
+            const char *log;
+            const char *scripts; // contents afterwards
+        } cases[] = {
+            {101, "site.b", "", true, "update to new version(101).", "new a,new b"},
+            {99, "site.b", "", true, "update to new version(99).", "new a,new b"},
+            {100, "site.b", "", true, "current version(100) same as server.", "old a,old b"},
+            {-4, "site.b", "", false, noManifest, "old a,old b"},
+            {101, "../site.b", "", false, noManifest, "old a,old b"},
+            {101, "site.b", manifestPath, false, noManifest, "old a,old b"},
+            {101, "site.b", "/js/site.b", false, noScripts, "new a,old b"},
+            {101, "site.c", "", false, noScripts, "new a,old b"},
+        };
+        for (const auto &row : cases) {
+            init();
+            publish(row.version, row.secondName);
             HttpResponse cut = HttpResponse::text("new bytes that never end");
             cut.cutAfter = 9;
-            m_server->setResponse(broken, cut);
+            if (!row.cut.isEmpty())
+                m_server->setResponse(row.cut, cut);
+            QDlgUpdate dialog;
+            QCOMPARE(dialog.exec() == QDialog::Accepted, row.accepted);
+            QString log = QStringLiteral("Check update:") + QString::fromLatin1(row.log);
+            log.replace(QStringLiteral("%1"), AppInfo::instance()->profileListUrl);
+            log.replace(QStringLiteral("%2"), Options::instance()->jsPath);
+            QCOMPARE(m_sandbox.logLines(), QStringList{log});
+            QCOMPARE(Options::instance()->jsVersion, row.accepted ? row.version : installedVersion);
+            QCOMPARE(readFile(file("site.a")) + ',' + readFile(file("site.b")),
+                     QByteArray(row.scripts));
+            QVERIFY(!QFile::exists(file("Profile.xml")));
+            if (row.cut.endsWith("site.b"))
+                QCOMPARE(readFile(file("site.b_temp")), QByteArray("new bytes"));
         }
-        QDlgUpdate dialog;
-        QCOMPARE(dialog.findChild<QLabel *>()->text(),
-                 QStringLiteral("Please wait,checking for update..."));
-        QCOMPARE(dialog.exec() == QDialog::Accepted, accepted);
-        log.replace(QStringLiteral("%1"), AppInfo::instance()->profileListUrl);
-        log.replace(QStringLiteral("%2"), Options::instance()->jsPath);
-        QCOMPARE(m_sandbox.logLines(), QStringList{QStringLiteral("Check update:") + log});
-        QCOMPARE(Options::instance()->jsVersion, accepted ? version : installedVersion);
-        QTEST((QByteArrayList{readFile(file("site.a")), readFile(file("site.b"))}), "scripts");
-        QVERIFY(!QFile::exists(file("Profile.xml")));
-        if (broken.endsWith("site.b"))
-            QCOMPARE(readFile(file("site.b_temp")), QByteArray("new bytes"));
     }
 
     void keepsTheManifestWhenToldTo()
@@ -120,47 +109,32 @@ private slots:
     void closedDuringTheCheck() { endDuringTheCheck(false); }
     void deletedDuringTheCheck() { endDuringTheCheck(true); }
 
-    void download_data()
+    void failedDownloadKeepsTheOldFile()
     {
-        QTest::addColumn<int>("fault");
-        QTest::addColumn<bool>("result");
-        QTest::newRow("replaces the old file") << 0 << true;
-        QTest::newRow("empty") << 1 << false;
-        QTest::newRow("error page") << 2 << false;
-        QTest::newRow("stalls") << 3 << false;
-        QTest::newRow("cannot be put in place") << 4 << false;
-        QTest::newRow("no folder") << 5 << false;
-        QTest::newRow("full disk") << 6 << false;
-        QTest::newRow("file of this computer") << 7 << false;
-    }
-    void download()
-    {
-        QFETCH(int, fault);
-        QFETCH(bool, result);
-        HttpResponse response = HttpResponse::text(fault == 1 ? "" : "new bytes");
-        response.status = fault == 2 ? 404 : 200;
-        response.stallAfter = fault == 3 ? 3 : -1;
-        m_server->setResponse("/file", response);
-        QString target = file("site.a");
-        QString url = m_server->url(QStringLiteral("/file"));
-        if (fault == 4) {
-            target = file("folder");
-            QVERIFY(writeFile(file("folder/inside"), "kept"));
-        } else if (fault == 5) {
-            target = file("missing/site.a");
-        } else if (fault == 6) {
-            QVERIFY(QFile::link(QStringLiteral("/dev/full"), file("site.a_temp")));
-        } else if (fault == 7) {
-            url = QUrl::fromLocalFile(file("site.b")).toString();
-        }
-        SimpleDownload download;
-        download.setTransferTimeout(300);
-        QCOMPARE(download.download(url, target), result);
-        QCOMPARE(readFile(file("site.a")), result ? QByteArray("new bytes") : QByteArray("old a"));
-        QCOMPARE(QFile::exists(file("site.a_temp")),
-                 !result && fault != 4 && fault != 5 && fault != 7);
-        if (fault == 4)
-            QCOMPARE(readFile(file("folder/inside")), QByteArray("kept"));
+        HttpResponse stalled = HttpResponse::text("new bytes");
+        stalled.stallAfter = 3;
+        m_server->setResponse("/stalled", stalled);
+        m_server->setResponse("/empty", HttpResponse::text(""));
+        const QString good = m_server->url(QStringLiteral("/js/site.a"));
+        const auto fetch = [this](const QString &url, const char *target) {
+            SimpleDownload download;
+            download.setTransferTimeout(300);
+            return download.download(url, file(target));
+        };
+        QVERIFY(!fetch(m_server->url(QStringLiteral("/stalled")), "site.a"));
+        QVERIFY(!fetch(m_server->url(QStringLiteral("/empty")), "site.a"));
+        QVERIFY(!fetch(QUrl::fromLocalFile(file("site.b")).toString(), "site.a"));
+        QVERIFY(!fetch(good, "missing/site.a"));
+        QVERIFY(writeFile(file("folder/inside"), "kept"));
+        QVERIFY(!fetch(good, "folder"));
+        QCOMPARE(readFile(file("folder/inside")), QByteArray("kept"));
+        QVERIFY(QFile::remove(file("site.a_temp")));
+        QVERIFY(QFile::link(QStringLiteral("/dev/full"), file("site.a_temp"))); // a full disk
+        QVERIFY(!fetch(good, "site.a"));
+        QCOMPARE(readFile(file("site.a")), QByteArray("old a"));
+        QVERIFY(QFile::remove(file("site.a_temp")));
+        QVERIFY(fetch(good, "site.a"));
+        QCOMPARE(readFile(file("site.a")), QByteArray("new a"));
     }
 
 private:
