@@ -20,10 +20,11 @@ DlgAbout::DlgAbout(QWidget *parent)
     m_ui->labelVersion->setText(info->versionText);
     m_ui->labelWebsizte->setLink(info->webSite, info->webSite);
     m_ui->labelSupport->setLink(info->supportEmail, QStringLiteral("mailto:") + info->supportEmail);
+    fitTexts(this);
+    // Only the text is to be clicked, not the empty place beside it.
     for (QLabel *label :
          {static_cast<QLabel *>(m_ui->labelWebsizte), static_cast<QLabel *>(m_ui->labelSupport)})
         label->resize(qMin(label->sizeHint().width(), label->width()), label->height());
-    fitTexts(this);
     m_ui->btnOK->setFocus();
 }
 

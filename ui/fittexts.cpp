@@ -1,27 +1,41 @@
 #include "fittexts.h"
 
-#include <QCheckBox>
+#include <QAbstractButton>
 #include <QLabel>
+#include <QVector>
 
-static void fitText(QWidget *widget)
+#include <algorithm>
+
+static bool fits(const QWidget *text, const QWidget *form)
 {
-    const qreal smallest = 6;
-    const int right = widget->parentWidget()->width() - 4;
-    const int room = qMin(widget->width(), right - widget->x());
-    QFont font = widget->font();
-    while (font.pointSizeF() > smallest && widget->sizeHint().width() > room) {
-        font.setPointSizeF(font.pointSizeF() - 0.5);
-        widget->setFont(font);
-    }
+    const int margin = 4;
+    const int right = form->width() - text->mapTo(form, QPoint(0, 0)).x() - margin;
+    return text->sizeHint().width() <= qMin(text->width(), right);
 }
 
 void fitTexts(QWidget *form)
 {
+    const qreal smallest = 6;
     form->ensurePolished();
+    qreal size = form->font().pointSizeF();
+    QVector<QWidget *> texts;
     for (QLabel *label : form->findChildren<QLabel *>()) {
-        if (!label->text().isEmpty())
-            fitText(label);
+        const bool heading = label->font().pointSizeF() > size;
+        if (!label->text().isEmpty() && !heading)
+            texts << label;
     }
-    for (QCheckBox *box : form->findChildren<QCheckBox *>())
-        fitText(box);
+    for (QAbstractButton *button : form->findChildren<QAbstractButton *>()) {
+        if (!button->text().isEmpty())
+            texts << button;
+    }
+    const auto fitting = [form](const QWidget *text) { return fits(text, form); };
+    while (size > smallest && !std::all_of(texts.cbegin(), texts.cend(), fitting)) {
+        size -= 0.5;
+        // One by one: under a style sheet a form's font does not reach its children.
+        for (QWidget *text : qAsConst(texts)) {
+            QFont font = text->font();
+            font.setPointSizeF(size);
+            text->setFont(font);
+        }
+    }
 }

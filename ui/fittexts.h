@@ -2,6 +2,6 @@
 
 class QWidget;
 
-// Lowers the font size of every label and check box inside the widget until its text fits the
-// place that the form gives it: the forms have fixed sizes, fonts have not.
+// Lowers the form's font size until every label, box and button has the place for its text that
+// the form gives it: the forms have fixed sizes, fonts have not.
 void fitTexts(QWidget *form);

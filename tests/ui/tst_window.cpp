@@ -1,6 +1,7 @@
 #include "appinfo.h"
 #include "downloadermanager.h"
 #include "downloadtablewidget.h"
+#include "httpserver.h"
 #include "literals.h"
 #include "mainwindow.h"
 #include "modaldriver.h"
@@ -172,19 +173,49 @@ private slots:
         QTEST(person.seen(), "questions");
     }
 
+    void sessionEndEndsEveryDialog_data()
+    {
+        QTest::addColumn<QString>("button");
+        QTest::newRow("settings") << "btnSettings"_q;
+        QTest::newRow("while a page is fetched") << "btnNewDownload"_q;
+    }
     void sessionEndEndsEveryDialog()
     {
+        QFETCH(QString, button);
+        HttpServer server;
+        QVERIFY(server.listen());
+        HttpResponse silence;
+        silence.stallBeforeHeaders = true;
+        server.setResponse("/watch", silence);
+        QVERIFY(writeFile(m_sandbox.scriptFolder() + "127.0.0.1"_q, "1"));
+
         MainWindow window(true);
-        ModalDriver person("DlgSettings", [&window](QWidget *) {
+        const auto endSession = [&window] {
             window.resize(640, 480);
             window.onEndSession();
             window.onEndSession();
+        };
+        QTimer asked;
+        connect(&asked, &QTimer::timeout, &window, [&] {
+            if (!server.requests().isEmpty()) {
+                asked.stop();
+                endSession();
+            }
         });
-        QTimer::singleShot(0, &window, [&window] {
-            QTest::mouseClick(child<QPushButton>(window, "btnSettings"), Qt::LeftButton);
+        ModalDriver person("QDialog", [&](QWidget *dialog) {
+            auto *address = dialog->findChild<QLineEdit *>("lineEditPage"_q);
+            if (!address)
+                return endSession();
+            address->setText(server.url("/watch"_q));
+            asked.start(5);
+            QTest::keyClick(dialog, Qt::Key_Return);
+        });
+        QTimer::singleShot(0, &window, [&] {
+            QTest::mouseClick(window.findChild<QPushButton *>(button), Qt::LeftButton);
         });
         QCOMPARE(QApplication::exec(), 0);
         QCOMPARE(person.seen(), 1);
+        QCOMPARE(server.requests().size(), button == "btnNewDownload"_q ? 1 : 0);
         window.resize(700, 500);
         Options::instance()->restoreGeometry("MainFrame"_q, &window);
         QCOMPARE(window.size(), QSize(640, 480));

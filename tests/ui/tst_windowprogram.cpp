@@ -51,23 +51,6 @@ private slots:
                     .contains("Last%20Active%20Table"));
     }
 
-    void secondStartHandsOver()
-    {
-        m_server.clearRequests();
-        QProcess first;
-        start(first);
-        QTRY_VERIFY(!m_server.requests().isEmpty());
-        const int asked = m_server.requests().size();
-        QProcess second;
-        start(second);
-        QVERIFY(second.waitForFinished(5000));
-        QCOMPARE(second.exitCode(), 0);
-        QCOMPARE(m_server.requests().size(), asked); // it built nothing of its own
-        first.terminate();
-        QVERIFY(first.waitForFinished(5000));
-        QCOMPARE(first.exitCode(), 0);
-    }
-
 private:
     void start(QProcess &program)
     {
