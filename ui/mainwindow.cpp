@@ -138,9 +138,13 @@ void MainWindow::connectAll()
     connect(m_manager, &DownloaderManager::sigFinished, this, &MainWindow::onFinished);
     connect(m_manager, &DownloaderManager::sigAllFinished, this, &MainWindow::onAllFinished);
     connect(clipboard, &QClipboard::dataChanged, this, &MainWindow::onClipboardChange);
-    // The only other way out is the tray's menu, which not every desktop shows.
-    auto *quit = new QShortcut(QKeySequence(QKeySequence::Quit), this);
-    connect(quit, &QShortcut::activated, this, &MainWindow::onExit);
+    // On both tabs; and the only other way out is the tray's menu, which not every desktop shows.
+    const auto onKey = [this](QKeySequence::StandardKey key, void (MainWindow::*slot)()) {
+        connect(new QShortcut(QKeySequence(key), this), &QShortcut::activated, this, slot);
+    };
+    onKey(QKeySequence::New, &MainWindow::onNewDownload);
+    onKey(QKeySequence::Open, &MainWindow::onOpenFolder);
+    onKey(QKeySequence::Quit, &MainWindow::onExit);
 }
 
 void MainWindow::startTimers()

@@ -211,7 +211,7 @@ private slots:
             QTest::keyClick(dialog, Qt::Key_Return);
         });
         QTimer::singleShot(0, &window, [&] {
-            QTest::mouseClick(window.findChild<QPushButton *>(button), Qt::LeftButton);
+            QTest::keyClick(window.findChild<QPushButton *>(button), Qt::Key_Return);
         });
         QCOMPARE(QApplication::exec(), 0);
         QCOMPARE(person.seen(), 1);

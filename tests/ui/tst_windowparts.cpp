@@ -234,27 +234,17 @@ private slots:
         QCOMPARE(Options::instance()->outputFolder, expected);
     }
 
-    void settingsAreTakenOnlyWithOk_data()
+    void escLeavesTheSettings()
     {
-        QTest::addColumn<Qt::Key>("key");
-        QTest::addColumn<bool>("taken");
-        QTest::newRow("Enter") << Qt::Key_Return << true;
-        QTest::newRow("Esc") << Qt::Key_Escape << false;
-    }
-    void settingsAreTakenOnlyWithOk()
-    {
-        QFETCH(Qt::Key, key);
-        QFETCH(bool, taken);
-        const Options *options = Options::instance();
-        QVERIFY(options->autoOpenNew && options->notifyWhenFinished);
         DlgSettings dialog;
         for (QCheckBox *box : dialog.findChildren<QCheckBox *>())
             box->toggle();
-        ModalDriver person("DlgSettings", [key](QWidget *shown) { QTest::keyClick(shown, key); });
+        ModalDriver person("DlgSettings",
+                           [](QWidget *shown) { QTest::keyClick(shown, Qt::Key_Escape); });
         dialog.exec();
-        QCOMPARE(options->autoOpenNew, !taken);
-        QCOMPARE(options->notifyWhenFinished, !taken);
-        QCOMPARE(options->shutDownWhenAllFinished, taken);
+        QVERIFY(Options::instance()->autoOpenNew && !Options::instance()->shutDownWhenAllFinished);
+        dialog.accept();
+        QVERIFY(!Options::instance()->autoOpenNew && Options::instance()->shutDownWhenAllFinished);
     }
 
     void linkOpensItsAddress()
