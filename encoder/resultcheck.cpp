@@ -74,9 +74,8 @@ std::string checkResult(const std::string &encoder, const EncoderCommand &comman
         hasVideo = hasVideo || (inSource && isStream(line, ": Video:"));
         hasAudio = hasAudio || (inSource && isStream(line, ": Audio:"));
         const std::string progress = readableProgress(line);
-        if (!progress.empty() && std::strtoul(progress.c_str() + 6, nullptr, 10) > 0)
-            hasPackets = true;
-        else if (!progress.empty() && progress.find(" time=0.00 ") == std::string::npos)
+        if (!progress.empty() && (std::strtoul(progress.c_str() + 6, nullptr, 10) > 0 ||
+                                  progress.find(" time=0.00 ") == std::string::npos))
             hasPackets = true;
     });
     ChildProcess child(encoder, look, nothing, nothing, ends[1]);
