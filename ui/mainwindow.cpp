@@ -5,15 +5,14 @@
 #include "clipboardwatch.h"
 #include "dlgabout.h"
 #include "dlgsettings.h"
-#include "dlgupdate.h"
 #include "downloadermanager.h"
 #include "jobnotifications.h"
-#include "loadstores.h"
 #include "logfile.h"
 #include "messagebox.h"
 #include "newdownload.h"
 #include "options.h"
 #include "outputprofilemanager.h"
+#include "startup.h"
 #include "trayicon.h"
 #include "ui_mainwindow.h"
 #include "webdatabase.h"
@@ -23,7 +22,6 @@
 #include <QContextMenuEvent>
 #include <QDesktopServices>
 #include <QGuiApplication>
-#include <QScreen>
 #include <QShortcut>
 #include <QTimer>
 #include <QUrl>
@@ -38,7 +36,7 @@ MainWindow::MainWindow(bool show, QWidget *parent)
 {
     Options *options = Options::instance();
     options->load();
-    runUpdate();
+    updateScripts(this);
     buildForm();
     setMainWindow(this);
     options->ensureOutputFolder();
@@ -72,6 +70,7 @@ MainWindow::~MainWindow()
     // Nothing that still happens while the jobs are stopped may reach the window.
     if (m_manager)
         m_manager->disconnect(this);
+    QGuiApplication::clipboard()->disconnect(this);
     delete m_refreshTimer;
     delete m_saveTimer;
     setMainWindow(nullptr);
@@ -87,15 +86,6 @@ MainWindow::~MainWindow()
     Options::destroyInstance();
     AppInfo::destroyInstance();
     delete m_trayIcon;
-}
-
-void MainWindow::runUpdate()
-{
-    QDlgUpdate dialog(this);
-    // Its parent is not shown yet and has no place of its own.
-    if (const QScreen *screen = QGuiApplication::primaryScreen())
-        dialog.move(screen->availableGeometry().center() - dialog.rect().center());
-    dialog.exec();
 }
 
 void MainWindow::buildForm()
@@ -114,7 +104,6 @@ void MainWindow::connectAll()
         m_manager, this, [this](const QString &title, const QString &text) {
             showTrayMessage(title, text, QSystemTrayIcon::Information);
         });
-
     m_newDownload = std::make_unique<NewDownload>(m_manager, m_ui->listViewDownloading, this);
 
     const auto onClick = [this](QPushButton *button, void (MainWindow::*slot)()) {

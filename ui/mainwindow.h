@@ -78,7 +78,6 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
-    void runUpdate();
     void buildForm();
     void connectAll();
     void startTimers();

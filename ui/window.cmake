@@ -22,12 +22,12 @@ set(window_sources
     jobnotifications.h
     linklable.cpp
     linklable.h
-    loadstores.cpp
-    loadstores.h
     mainwindow.cpp
     mainwindow.h
     mainwindow.ui
     newdownload.cpp
     newdownload.h
+    startup.cpp
+    startup.h
     trayicon.cpp
     trayicon.h)

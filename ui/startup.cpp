@@ -1,18 +1,29 @@
-#include "loadstores.h"
+#include "startup.h"
 
+#include "dlgupdate.h"
 #include "downloadermanager.h"
 #include "logfile.h"
 #include "messagebox.h"
 #include "outputprofilemanager.h"
 #include "webdatabase.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QScreen>
 
 static void report(QMessageBox::Icon icon, const char *text, const QString &logText)
 {
     showMessageBox(icon, QString(), QCoreApplication::translate("MainWindow", text),
                    QMessageBox::Ok, QMessageBox::Ok);
     LogFile::instance()->write(QStringLiteral("Failed:"), logText);
+}
+
+void updateScripts(QWidget *parent)
+{
+    QDlgUpdate dialog(parent);
+    // Its parent is not shown yet and has no place of its own.
+    if (const QScreen *screen = QGuiApplication::primaryScreen())
+        dialog.move(screen->availableGeometry().center() - dialog.rect().center());
+    dialog.exec();
 }
 
 bool loadStores()
