@@ -5,10 +5,13 @@ children=()
 scratch=$(mktemp -d)
 
 end_children() {
-    local pid
+    # The exit code is that of the script, not of what is ended here.
+    local code=$? pid
+    set +e
     for pid in "${children[@]}"; do kill "$pid" 2>/dev/null; done
     for pid in "${children[@]}"; do wait "$pid" 2>/dev/null; done
     rm -rf "$scratch"
+    exit $code
 }
 trap end_children EXIT
 
