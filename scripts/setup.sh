@@ -18,7 +18,7 @@ display=(
     xvfb openbox xdotool xclip x11-utils imagemagick sqlite3
 )
 test=(
-    clang-format
+    clang-format clang-tidy
     curl
     dbus dbus-x11       # buses of the tests' own, for stand-ins of the system's services
     trayer dunst        # a tray and a notification service
