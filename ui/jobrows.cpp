@@ -28,8 +28,6 @@ int JobRows::rowOf(int id)
     int row = m_rows.value(id, count);
     if (row < m_known && idAt(row) == id)
         return row;
-    if (m_known == 0)
-        m_rows.clear();
     for (; m_known < count; ++m_known)
         m_rows.insert(idAt(m_known), m_known);
     row = m_rows.value(id, count);

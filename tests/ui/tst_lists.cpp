@@ -361,7 +361,7 @@ private slots:
 
         Answer answer(QStringLiteral("OK"));
         m_finished->selectRow(0);
-        useMenu(m_finished, "Rename");
+        m_finished->onRename();
         auto *editor = m_finished->findChild<QLineEdit *>();
         QVERIFY(editor && editor->hasFocus());
         editor->setText(QString());

@@ -214,7 +214,7 @@ private slots:
     {
         QTest::addColumn<QString>("title");
         QTest::addColumn<bool>("elided");
-        const QString tooLong(60, QLatin1Char('M'));
+        const QString tooLong = QStringLiteral("MMM ").repeated(20);
         QTest::newRow("short") << "MMM" << false;
         QTest::newRow("right to left") << QString::fromUtf8("שלום עולם!") << false;
         QTest::newRow("long") << tooLong << true;
