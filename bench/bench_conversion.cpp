@@ -1,0 +1,134 @@
+#include "httpjob.h"
+#include "options.h"
+#include "outputprofilemanager.h"
+#include "support.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QFile>
+#include <QFileInfo>
+
+#include <unistd.h>
+
+namespace {
+
+constexpr int FormatId = 900;
+const QString Adapter = QStringLiteral(REELKEEPER_BIN "/encoder/ffmpeg.exe");
+
+// The sound alone, as it is: what is measured is the way of the bytes, not a codec.
+const char Options_[] = "-y -i - -vn -acodec copy ";
+
+void writeProfiles(const QString &path)
+{
+    writeFile(path, "<profiles><video_quality><quality display=\"360p\" value=\"640x360\"/>"
+                    "</video_quality><save_as><group des=\"Sound\"><format id=\"900\" "
+                    "display=\"MP3\" ext=\"mp3\" size=\"0x0\" fixed_size=\"0\" value=\"-y -i "
+                    "$input -vn -acodec copy $output\"/></group></save_as></profiles>");
+}
+
+// A short clip over and over again until the length is reached.
+void makeSource(const QString &clip, const QString &source, qint64 size)
+{
+    const auto ffmpeg = [](const QString &arguments, const QString &target) {
+        runTool(QStringLiteral("ffmpeg -v error -nostdin -y %1")
+                    .arg(arguments)
+                    .split(QLatin1Char(' ')) +
+                QStringList(target));
+    };
+    ffmpeg(QStringLiteral("-f lavfi -i testsrc2=s=1280x720:r=25:d=8,noise=alls=80:allf=t "
+                          "-f lavfi -i sine=frequency=440:sample_rate=44100:d=8 "
+                          "-c:v flv -b:v 40M -c:a libmp3lame -b:a 128k"),
+           clip);
+    ffmpeg(QStringLiteral("-stream_loop -1 -i %1 -c copy -fs %2").arg(clip).arg(size), source);
+    if (QFileInfo(source).size() < size)
+        giveUp(QStringLiteral("the source is too short"));
+}
+
+double convertByJob(const BenchServer &server, GapMeter *gaps, double *longestGap)
+{
+    HttpJob job({1000, 100});
+    job.init(server.video(QStringLiteral("Conversion"), QStringLiteral("/file")), 1);
+    QEventLoop loop;
+    QObject::connect(&job, &HttpJob::sigFinished, &loop, &QEventLoop::quit);
+    gaps->begin();
+    const double wall = milliseconds([&] {
+        job.start();
+        loop.exec();
+    });
+    *longestGap = std::max(*longestGap, gaps->end());
+    const QString file = job.record.output_name;
+    if (job.record.video_state != JobState::Finished || QFileInfo(file).size() == 0)
+        giveUp(QStringLiteral("the conversion failed"));
+    QFile::remove(file);
+    job.remove(true);
+    return wall / 1000;
+}
+
+} // namespace
+
+// A long source that is downloaded and converted, and the adapter against FFmpeg alone.
+int main(int argc, char **argv)
+{
+    Sandbox sandbox;
+    QCoreApplication application(argc, argv);
+    QCommandLineParser parser;
+    const QCommandLineOption sizeOption(QStringLiteral("size"), QStringLiteral("Length in MiB."),
+                                        QStringLiteral("MiB"), QStringLiteral("1024"));
+    parser.addOption(sizeOption);
+    parser.addHelpOption();
+    parser.process(application);
+    const qint64 size = parser.value(sizeOption).toLongLong() * MiB;
+    sandbox.loadOptions();
+
+    const QString source = sandbox.path(QStringLiteral("source.flv"));
+    makeSource(sandbox.path(QStringLiteral("clip.mkv")), source, size);
+    const QString profiles = sandbox.path(QStringLiteral("Profiles.xml"));
+    writeProfiles(profiles);
+    OutputProfileManager *formats = OutputProfileManager::instance();
+    formats->setProgramFolder(QStringLiteral(REELKEEPER_BIN));
+    if (!formats->load(profiles) || !formats->setOutputFormat(FormatId))
+        giveUp(QStringLiteral("the output format is not taken"));
+
+    const BenchServer server({source, QStringLiteral("video/x-flv")});
+    const QString output = sandbox.path(QStringLiteral("alone.mp3"));
+    const auto piped = [&](const QString &encoder) {
+        return runTool({QStringLiteral("sh"), QStringLiteral("-c"),
+                        QStringLiteral("cat '%1' | '%2' %3 '%4'")
+                            .arg(source, encoder, QLatin1String(Options_), output)});
+    };
+    const qint64 memoryBefore = memoryNow();
+    forgetMemoryPeak();
+    GapMeter gaps;
+    double longestGap = 0;
+    QVector<double> wall;
+    for (int run = 0; run < Runs; ++run)
+        wall += convertByJob(server, &gaps, &longestGap);
+    const qint64 memoryAdded = memoryPeak() - memoryBefore;
+
+    QVector<double> alone;
+    QVector<double> wallOver;
+    QVector<double> processorOver;
+    for (int run = 0; run < Runs; ++run) {
+        const Cost plain = piped(QStringLiteral("ffmpeg"));
+        const Cost adapted = piped(Adapter);
+        alone += plain.wall;
+        wallOver += 100 * (adapted.wall / plain.wall - 1);
+        processorOver += 100 * (adapted.processor / plain.processor - 1);
+    }
+
+    const QString what = QStringLiteral("Conversion of %1 MiB: ").arg(size / MiB);
+    printRow(what + QStringLiteral("download and conversion, wall time"), median(wall),
+             QStringLiteral("s"));
+    printRow(what + QStringLiteral("memory added"), double(memoryAdded) / MiB,
+             QStringLiteral("MiB"), 48);
+    printRow(what + QStringLiteral("longest event-loop gap"), longestGap, QStringLiteral("ms"),
+             100);
+    printRow(what + QStringLiteral("FFmpeg alone from a pipe, wall time"), median(alone),
+             QStringLiteral("s"));
+    printRow(what + QStringLiteral("adapter over FFmpeg alone, wall time"), median(wallOver),
+             QStringLiteral("%"), 3);
+    printRow(what + QStringLiteral("adapter over FFmpeg alone, processor time"),
+             median(processorOver), QStringLiteral("%"));
+    return 0;
+}

@@ -1,0 +1,136 @@
+#include "downloadermanager.h"
+#include "downloadtablewidget.h"
+#include "finishedtablewidget.h"
+#include "resources.h"
+#include "support.h"
+#include "webdatabase.h"
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QScrollBar>
+#include <QTabWidget>
+
+#include "options.h"
+
+namespace {
+
+constexpr int Running = 50;
+constexpr int Finished = 10000;
+
+const QString Millisecond = QStringLiteral("ms");
+
+void measureStore(const QString &video, int count)
+{
+    DownloaderManager filled;
+    addFinishedJobs(&filled, count, video);
+    if (!WebDatabase::instance()->Init())
+        giveUp(QStringLiteral("no job database"));
+    const double save = medianMilliseconds([&] { WebDatabase::instance()->Save(&filled); });
+    QVector<double> loads;
+    for (int run = 0; run < Runs; ++run) {
+        DownloaderManager loaded; // its end saves and closes the database
+        WebDatabase::instance()->Init();
+        loads += milliseconds([&] { WebDatabase::instance()->Read(&loaded); });
+        if (int(loaded.jobs().size()) != count)
+            giveUp(QStringLiteral("jobs are missing"));
+    }
+    const qint64 size =
+        QFileInfo(Options::instance()->appDataPath() + QStringLiteral("Task.dat")).size();
+    const QString what = QStringLiteral("Job store, %1 jobs: ").arg(count);
+    printRow(what + QStringLiteral("save"), save, Millisecond, count == 10000 ? 150 : -1);
+    printRow(what + QStringLiteral("load"), median(loads), Millisecond);
+    printRow(what + QStringLiteral("file"), double(size) / MiB, QStringLiteral("MiB"));
+}
+
+void paint()
+{
+    QApplication::sendPostedEvents();
+    QApplication::processEvents();
+}
+
+void measureLists(const QString &video)
+{
+    DownloaderManager *manager = DownloaderManager::instance();
+    addFinishedJobs(manager, Finished, video);
+    std::vector<HttpJob *> running;
+    for (int i = 0; i < Running; ++i) {
+        auto job = manager->newJob();
+        VideoInfo info;
+        info.title = QStringLiteral("A video that is on its way");
+        info.streams = {{QStringLiteral("640x360"), QStringLiteral("61"), QString(),
+                         QStringLiteral("mp4"), QStringLiteral("http://media.example.org/v")}};
+        job->init(info, Finished + 1 + i);
+        job->record.total_bytes = 100 * MiB;
+        running.push_back(job.get());
+        manager->addLoadedJob(std::move(job));
+    }
+
+    QTabWidget window;
+    auto *downloads = new DownloadTableWidget;
+    auto *finished = new FinishedTableWidget;
+    window.addTab(downloads, QStringLiteral("Downloading"));
+    window.addTab(finished, QStringLiteral("Finished"));
+    window.resize(800, 600);
+    downloads->init();
+    finished->init();
+    downloads->loadColumns();
+    finished->loadColumns();
+
+    const QString what =
+        QStringLiteral("Lists, %1 running, %2 finished: ").arg(Running).arg(Finished);
+    printRow(what + QStringLiteral("fill"),
+             milliseconds([&] { manager->fillViews(downloads, finished); }), Millisecond);
+    window.show();
+    paint();
+
+    QVector<double> refresh;
+    QVector<double> painted;
+    for (int run = 0; run < 10 * Runs; ++run) {
+        for (HttpJob *job : running) {
+            job->record.download_bytes += MiB;
+            job->record.changeFlags.set(ProgressChanged);
+        }
+        refresh += milliseconds([&] { manager->updateViews(downloads, finished); });
+        painted += refresh.last() + milliseconds(paint);
+    }
+    printRow(what + QStringLiteral("refresh"), median(refresh), Millisecond, 5);
+    printRow(what + QStringLiteral("refresh and repaint"), median(painted), Millisecond);
+
+    printRow(what + QStringLiteral("opening the finished list"), milliseconds([&] {
+                 window.setCurrentIndex(1);
+                 paint();
+             }),
+             Millisecond, 100);
+    double slowest = 0;
+    QScrollBar *bar = finished->verticalScrollBar();
+    for (int step = 0; step <= 200; ++step) {
+        slowest = std::max(slowest, milliseconds([&] {
+                               bar->setValue(bar->maximum() * step / 200);
+                               paint();
+                           }));
+    }
+    printRow(what + QStringLiteral("slowest step of scrolling"), slowest, Millisecond, 100);
+}
+
+} // namespace
+
+// The job store as it grows, and the lists over many jobs.
+int main(int argc, char **argv)
+{
+    Sandbox sandbox;
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    initResources();
+    application.setStyleSheet(
+        QString::fromUtf8(readFile(QStringLiteral(":/style/Shared/style/layout.qss"))));
+    sandbox.loadOptions();
+    // The finished file that all of them have: without one a job leaves the list.
+    const QString video = sandbox.outputFolder() + QStringLiteral("video.mp4");
+    writeFile(video, QByteArray(1000, 'v'));
+
+    for (int count : {100, 1000, 10000})
+        measureStore(video, count);
+    measureLists(video);
+    DownloaderManager::destroyInstance();
+    return 0;
+}
