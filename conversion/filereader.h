@@ -22,6 +22,7 @@ public:
     // length: bytes asked for in, bytes read out.
     int read(char *buffer, qint64 &length, qint64 position);
     void setFinished();
+    bool isFinished() const { return m_finished; }
     void setPaused(bool paused);
     bool isPaused() const { return m_paused; }
     void close();

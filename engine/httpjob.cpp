@@ -93,7 +93,8 @@ void HttpJob::startTransfer()
     if (record.download_bytes == record.total_bytes) {
         const QString source = record.video_mame;
         if (m_reader || QFile::exists(source)) {
-            if (!m_reader)
+            // A pause or an error may have come before the end of the transfer was heard of.
+            if (!m_reader || !m_reader->isFinished())
                 onDownloadFinished();
             return;
         }
