@@ -19,6 +19,9 @@ struct EncoderSize
 };
 EncoderSize encoderSize(const SaveAsItem &item, const QString &source);
 
+// The frame size of a file that was converted to that size: the encoder makes odd lengths even.
+QString convertedFrameSize(const QString &dimension);
+
 // Full path of the converted file. folder ends with a separator.
 QString encoderOutputPath(const QString &folder, const QString &guid, const SaveAsItem &item,
                           const QString &dimension, bool appendDeviceName);

@@ -2,6 +2,7 @@
 
 #include "downloaderror.h"
 #include "encoder.h"
+#include "encodercommand.h"
 #include "filereader.h"
 #include "files.h"
 #include "httpthread.h"
@@ -365,6 +366,7 @@ void HttpJob::onConvertFinished(int exitCode)
         onConvertError(exitCode);
         return;
     }
+    record.output_demision = convertedFrameSize(record.output_demision);
     if (record.video_state == JobState::Stopped) {
         record.video_state = JobState::PauseFinishes;
         record.changeFlags.set(StateChanged);
