@@ -36,6 +36,8 @@ HttpJob::HttpJob(const RetryDelays &delays)
 HttpJob::~HttpJob()
 {
     TRACE() << "~HttpJob";
+    // The transfer writes into the record, which is gone before the children are.
+    stopThread();
 }
 
 void HttpJob::init(const VideoInfo &info, int id)
