@@ -35,6 +35,8 @@ int main(int argc, char **argv)
         for (char byte = 0; std::cin.get(byte);)
             bytes += byte == 'x';
         say("bytes " + std::to_string(bytes) + "\n");
+    } else if (mode == "copy") { // all input, into the file of that name
+        std::ofstream(text, std::ios::binary) << std::cin.rdbuf();
     } else if (mode == "flood") { // much output on both streams, no line end for long
         const std::string block(1 << 20, '.');
         for (int i = 0; i < 8; ++i) {

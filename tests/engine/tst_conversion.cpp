@@ -1,0 +1,428 @@
+#include "downloadermanager.h"
+#include "enginefixture.h"
+#include "literals.h"
+#include "options.h"
+#include "outputprofilemanager.h"
+#include "samples.h"
+#include "testmain.h"
+#include "webdatabase.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QSignalSpy>
+
+Q_DECLARE_METATYPE(Sample)
+
+namespace {
+
+const int convertTime = 20000; // milliseconds that a conversion may take on a busy machine
+const qint64 large = 9000000;  // bytes, more than may wait for an encoder
+
+struct Probe
+{
+    QString size; // empty: no picture
+    double seconds = 0;
+};
+
+Probe probe(const QString &path)
+{
+    QProcess ffprobe;
+    ffprobe.start("ffprobe"_q,
+                  {"-v"_q, "error"_q, "-show_entries"_q, "stream=width,height:format=duration"_q,
+                   "-of"_q, "default=noprint_wrappers=1"_q, path});
+    ffprobe.waitForFinished(convertTime);
+    const QString text = QString::fromUtf8(ffprobe.readAllStandardOutput());
+    const auto frame = QRegularExpression("width=(\\d+)\\s+height=(\\d+)"_q).match(text);
+    const auto length = QRegularExpression("duration=([0-9.]+)"_q).match(text);
+    return {frame.hasMatch() ? frame.captured(1) + "x"_q + frame.captured(2) : QString(),
+            length.captured(1).toDouble()};
+}
+
+} // namespace
+
+class ConversionTest : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit ConversionTest(Sandbox &sandbox)
+        : m_sandbox(sandbox)
+        , m_site(sandbox)
+    {
+    }
+
+private slots:
+    void initTestCase()
+    {
+        for (const auto &encoder : {qMakePair("real"_q, QStringLiteral(ENCODER_ADAPTER)),
+                                    qMakePair("child"_q, QStringLiteral(ENCODER_CHILD))}) {
+            const QString folder = m_sandbox.path(encoder.first + "/encoder"_q);
+            QVERIFY(QDir().mkpath(folder));
+            QVERIFY(QFile::link(encoder.second, folder + "/ffmpeg.exe"_q));
+        }
+    }
+
+    void init()
+    {
+        m_site.clear();
+        Options::instance()->deleteTempFile = true;
+        m_logBegin = m_sandbox.logLines().size();
+    }
+
+    void converts_data()
+    {
+        QTest::addColumn<Sample>("sample");
+        QTest::addColumn<QString>("dimension");
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("box");
+        QTest::addColumn<QString>("frame"); // of the result
+        const QString picture = "-y -i $input -s $size -vcodec libx264 -preset ultrafast"
+                                " -pix_fmt yuv420p -acodec aac $output"_q;
+        const QString sound = "-y -i $input -vn -acodec libmp3lame -f matroska $output"_q;
+        const struct
+        {
+            const char *name;
+            Sample sample;
+            QString dimension;
+            QString command;
+            QString box;
+            QString frame;
+        } rows[] = {
+            {"FLV", Sample::Flv, "640x360"_q, picture, "0x0"_q, "640x360"_q},
+            {"index first", Sample::Mp4IndexFirst, "640x360"_q, picture, "320x240"_q, "320x240"_q},
+            {"index last", Sample::Mp4IndexLast, "640x360"_q, picture, "0x0"_q, "640x360"_q},
+            {"odd size", Sample::Flv, "321x181"_q, picture, "0x0"_q, "320x180"_q},
+            {"unknown size", Sample::Flv, QString(), picture, "700x700"_q, "640x360"_q},
+            {"sound", Sample::Mp4IndexLast, "640x360"_q, sound, "0x0"_q, QString()},
+        };
+        for (const auto &row : rows) {
+            QTest::newRow(row.name)
+                << row.sample << row.dimension << row.command << row.box << row.frame;
+        }
+    }
+
+    void converts()
+    {
+        QFETCH(QString, frame);
+        QFETCH(QString, box);
+        QFETCH(QString, command);
+        QFETCH(QString, dimension);
+        QFETCH(Sample, sample);
+        HttpResponse video;
+        video.file = samplePath(sample);
+        video.contentType = sample == Sample::Flv ? "video/x-flv" : "video/mp4";
+        m_site.server.setResponse("/stream", video);
+        useProfile("real"_q, command, box);
+        auto job = m_site.newJob();
+        job->record.video_dimension = dimension;
+        job->record.duration = 3;
+        QSignalSpy ended(job.get(), &HttpJob::sigFinished);
+        job->start();
+        QTRY_COMPARE_WITH_TIMEOUT(ended.count(), 1, convertTime);
+        QCOMPARE(job->record.video_state, JobState::Finished);
+        QCOMPARE(m_site.outputFiles(), QStringList{"Clip.mkv"_q});
+        const Probe result = probe(job->record.output_name);
+        QCOMPARE(result.size, frame);
+        if (!frame.isEmpty() && !dimension.isEmpty())
+            QCOMPARE(job->record.output_demision, frame);
+        QVERIFY2(qAbs(result.seconds - job->record.duration) < 0.3,
+                 qPrintable(QString::number(result.seconds)));
+        QVERIFY(job->record.convertedSeconds > 2.5F);
+        const qint64 bytes = QFileInfo(video.file).size();
+        const QString counts = "Content Length:%1,Byte Write(File):%1"_q.arg(bytes);
+        QVERIFY(logged({"Download Finished:"_q, counts}));
+        QVERIFY(logged({"Convert Finished:"_q, counts + ",Byte Read(Encoder):%1"_q.arg(bytes)}));
+        QVERIFY(logged({"Convert:"_q, "Finished and Success."_q}));
+        QCOMPARE(logged({"Convert:"_q, "Unknown frame size"_q}), dimension.isEmpty());
+    }
+
+    void fails_data()
+    {
+        QTest::addColumn<QString>("encoder");
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<int>("error");
+        QTest::newRow("bad template") << "real"_q
+                                      << "-y -i $input -nonsense 1 $output"_q << 1;
+        QTest::newRow("not a video") << "real"_q
+                                     << "-y -i $input $output"_q << 1;
+        QTest::newRow("crash") << "child"_q
+                               << "crash"_q << 1;
+        QTest::newRow("exit 3") << "child"_q
+                                << "touch $output 3"_q << 1;
+        QTest::newRow("exit 255") << "child"_q
+                                  << "touch $output 255"_q << 1;
+        QTest::newRow("no encoder") << "none"_q
+                                    << "-"_q << 0;
+        QTest::newRow("no such format") << "child"_q << QString() << 1012;
+    }
+
+    void fails()
+    {
+        QFETCH(QString, encoder);
+        QFETCH(QString, command);
+        QFETCH(int, error);
+        m_site.server.setResponse("/stream", slowStream(large));
+        useProfile(encoder, command);
+        auto job = m_site.newJob();
+        if (command.isEmpty())
+            job->record.output_format = 7;
+        QSignalSpy ended(job.get(), &HttpJob::sigFinished);
+        job->start();
+        QTRY_COMPARE_WITH_TIMEOUT(ended.count(), 1, convertTime);
+        QCOMPARE(job->record.video_state, JobState::Errored);
+        QTRY_COMPARE(m_site.server.openConnections(), 0);
+        QCOMPARE(ended.count(), 1);
+        QCOMPARE(m_site.outputFiles(), QStringList());
+        QVERIFY(logged({"Convert:"_q, "Error(%1)"_q.arg(error)}));
+        // What failed can be tried again, from the beginning.
+        m_site.server.setResponse("/stream", EngineFixture::stream(200000));
+        useProfile("child"_q, "copy $output"_q);
+        job->record.output_format = 1;
+        job->start();
+        QTRY_COMPARE(ended.count(), 2);
+        QVERIFY(isPattern(job->record.output_name, 200000));
+    }
+
+    void endsEarlyAndWell()
+    {
+        Options::instance()->deleteTempFile = false;
+        m_site.server.setResponse("/stream", slowStream(large));
+        useProfile("child"_q, "refuse \"%1\""_q.arg(m_sandbox.path("early"_q)));
+        auto job = m_site.newJob();
+        QSignalSpy ended(job.get(), &HttpJob::sigFinished);
+        job->start();
+        QTRY_VERIFY(job->record.download_bytes > 100000);
+        QVERIFY(writeFile(job->record.output_name, "made"));
+        QVERIFY(writeFile(m_sandbox.path("early"_q), "x"));
+        QTRY_COMPARE(ended.count(), 1);
+        QCOMPARE(job->record.video_state, JobState::Finished);
+        QVERIFY(job->record.download_bytes < large);
+        QTRY_COMPARE(m_site.server.openConnections(), 0);
+        QCOMPARE(ended.count(), 1);
+        QCOMPARE(m_site.outputFiles().size(), 2); // the source was to be kept
+        QCOMPARE(readFile(m_sandbox.outputFolder() + "Clip.mkv"_q), QByteArray("made"));
+        QVERIFY(logged({"Convert:"_q, "Finished and Success."_q}));
+    }
+
+    void refusedInputDoesNotHoldTheJob()
+    {
+        m_site.server.setResponse("/stream", EngineFixture::stream(large));
+        useProfile("child"_q, "refuse \"%1\""_q.arg(m_sandbox.path("end"_q)));
+        auto job = m_site.newJob();
+        QSignalSpy ended(job.get(), &HttpJob::sigFinished);
+        job->start();
+        QTRY_VERIFY(logged({"Download Finished:"_q}));
+        job->pause();
+        job->start();
+        QCOMPARE(ended.count(), 0);
+        QVERIFY(writeFile(m_sandbox.path("end"_q), "x"));
+        QTRY_COMPARE(ended.count(), 1);
+        QCOMPARE(job->record.video_state, JobState::Finished);
+    }
+
+    void pausesInTheDrain()
+    {
+        useProfile("child"_q, "copy $output"_q);
+        auto job = completeJob(large);
+        QSignalSpy ended(job.get(), &HttpJob::sigFinished);
+        job->start();
+        const qint64 handedOver = job->record.encodedBytes;
+        QVERIFY(handedOver > 0 && handedOver < large);
+        job->pause();
+        // The child takes what it was given, and gets nothing more.
+        QTRY_VERIFY(QFileInfo(job->record.output_name).size() > handedOver - 65536);
+        QCOMPARE(job->record.encodedBytes, handedOver);
+        QCOMPARE(job->record.video_state, JobState::Stopped);
+        job->start();
+        QTRY_COMPARE(ended.count(), 1);
+        QVERIFY(isPattern(job->record.output_name, large));
+        QCOMPARE(m_site.outputFiles(), QStringList{"Clip.mkv"_q});
+    }
+
+    void pausedAfterTheDrain()
+    {
+        useProfile("child"_q, "copy $output"_q);
+        auto job = completeJob(300000);
+        QSignalSpy ended(job.get(), &HttpJob::sigFinished);
+        job->start();
+        job->pause();
+        QTRY_COMPARE(job->record.video_state, JobState::PauseFinishes);
+        QVERIFY(logged({"Convert:"_q, "Finished and Success(Paused)."_q}));
+        QCOMPARE(ended.count(), 0);
+        job->start();
+        QCOMPARE(ended.count(), 1);
+        QCOMPARE(job->record.video_state, JobState::Finished);
+        QVERIFY(isPattern(job->record.output_name, 300000));
+        QCOMPARE(m_site.outputFiles(), QStringList{"Clip.mkv"_q});
+    }
+
+    void pausesWhileItDownloads_data()
+    {
+        QTest::addColumn<bool>("allThere");
+        QTest::newRow("in the middle") << false;
+        // The end of the transfer is on its way and not yet heard of.
+        QTest::newRow("at the last byte") << true;
+    }
+
+    void pausesWhileItDownloads()
+    {
+        QFETCH(bool, allThere);
+        m_site.server.setResponse("/stream", slowStream(200000));
+        useProfile("child"_q, "copy $output"_q);
+        auto job = m_site.newJob();
+        QSignalSpy ended(job.get(), &HttpJob::sigFinished);
+        job->start();
+        QTRY_VERIFY(job->record.encodedBytes > 0);
+        const QDeadlineTimer deadline(5000);
+        while (allThere && job->record.download_bytes < 200000 && !deadline.hasExpired())
+            QThread::msleep(2); // without the event loop
+        job->pause();
+        QCOMPARE(job->record.download_bytes == 200000, allThere);
+        job->start();
+        QTRY_COMPARE(ended.count(), 1);
+        QVERIFY(isPattern(job->record.output_name, 200000));
+    }
+
+    void blockedEncoder()
+    {
+        QVERIFY(WebDatabase::instance()->Init());
+        m_site.server.setResponse("/stream", EngineFixture::stream(large));
+        useProfile("child"_q, "block"_q);
+        DownloaderManager manager(EngineFixture::quickRetries());
+        QSignalSpy ended(&manager, &DownloaderManager::sigFinished);
+        HttpJob *job = manager.addJob(m_site.info());
+        QTRY_VERIFY(logged({"Download Finished:"_q}));
+        const qint64 handedOver = job->record.encodedBytes;
+        QVERIFY(handedOver < large);
+        QVERIFY(manager.pauseJob(1) && manager.startJob(1));
+        QCOMPARE(job->record.encodedBytes, handedOver);
+        QVERIFY(writeFile(job->record.output_name, "part"));
+        QVERIFY(manager.removeJob(1, true));
+        QCOMPARE(m_site.outputFiles(), QStringList());
+        QCOMPARE(ended.count(), 0);
+    }
+
+    void shrunkSourceFailsTheJob()
+    {
+        useProfile("child"_q, "copy $output"_q);
+        auto job = completeJob(large);
+        QSignalSpy ended(job.get(), &HttpJob::sigFinished);
+        job->start();
+        QVERIFY(QFile::resize(job->record.video_mame, 1000));
+        QTRY_COMPARE(ended.count(), 1);
+        QCOMPARE(job->record.video_state, JobState::Errored);
+        QVERIFY(logged({"Download:"_q, "Error(1000)"_q}));
+        QCOMPARE(m_site.outputFiles(), QStringList());
+    }
+
+    void vanishedSourceIsFetchedAgain()
+    {
+        useProfile("child"_q, "copy $output"_q);
+        m_site.server.setResponse("/stream", slowStream(200000));
+        auto job = m_site.newJob();
+        QSignalSpy ended(job.get(), &HttpJob::sigFinished);
+        job->start();
+        QTRY_VERIFY(job->record.encodedBytes > 0);
+        job->pause();
+        QVERIFY(QFile::remove(job->record.video_mame));
+        job->start();
+        QTRY_COMPARE(ended.count(), 1);
+        QVERIFY(isPattern(job->record.output_name, 200000));
+
+        auto complete = completeJob(200000);
+        QSignalSpy completeEnded(complete.get(), &HttpJob::sigFinished);
+        QVERIFY(QFile::remove(complete->record.video_mame));
+        complete->start();
+        QTRY_COMPARE(completeEnded.count(), 1);
+        QVERIFY(isPattern(complete->record.output_name, 200000));
+    }
+
+    void serverThatStartsOver()
+    {
+        HttpResponse cut = slowStream(400000);
+        cut.cutAfter = 200000;
+        HttpResponse whole = EngineFixture::stream(400000);
+        whole.honourRange = false;
+        m_site.server.setResponses("/stream", {cut, whole});
+        useProfile("child"_q, "copy $output"_q);
+        auto job = m_site.newJob();
+        QSignalSpy ended(job.get(), &HttpJob::sigFinished);
+        job->start();
+        QTRY_COMPARE(ended.count(), 1);
+        QCOMPARE(m_site.server.requests("/stream").size(), 2);
+        QVERIFY(isPattern(job->record.output_name, 400000));
+        QCOMPARE(m_site.outputFiles(), QStringList{"Clip.mkv"_q});
+    }
+
+    void endOfTheProgramInTheMiddle()
+    {
+        QVERIFY(WebDatabase::instance()->Init());
+        m_site.server.setResponse("/stream", slowStream(200000));
+        useProfile("child"_q, "copy $output"_q);
+        QString partial;
+        {
+            DownloaderManager manager(EngineFixture::quickRetries());
+            HttpJob *job = manager.addJob(m_site.info());
+            QTRY_VERIFY(job->record.encodedBytes > 0);
+            partial = job->record.output_name;
+            QVERIFY(writeFile(partial, QByteArray(500000, 'x')));
+        }
+        QVERIFY(WebDatabase::instance()->Init());
+        DownloaderManager manager(EngineFixture::quickRetries());
+        QVERIFY(WebDatabase::instance()->Read(&manager));
+        HttpJob *job = manager.findJob(1);
+        QVERIFY(job);
+        QSignalSpy ended(job, &HttpJob::sigFinished);
+        manager.resumeRunning();
+        QCOMPARE(job->record.output_name, partial);
+        QTRY_COMPARE(ended.count(), 1);
+        QVERIFY(isPattern(job->record.output_name, 200000));
+        QCOMPARE(m_site.outputFiles(), QStringList{"Clip.mkv"_q});
+    }
+
+private:
+    // One format, number 1, done by the encoder of that folder.
+    void useProfile(const QString &encoder, const QString &command, const QString &box = "0x0"_q)
+    {
+        const QString path = m_sandbox.path("Profiles.xml"_q);
+        const QString xml =
+            "<profiles><save_as><group des=\"All\"><format id=\"1\" display=\"MKV\" ext=\"mkv\" "
+            "fixed_size=\"0\" size=\"%1\" value=\"%2\"/></group></save_as></profiles>"_q;
+        QVERIFY(writeFile(path, xml.arg(box, command.toHtmlEscaped()).toUtf8()));
+        OutputProfileManager::instance()->setProgramFolder(m_sandbox.path(encoder));
+        Options::instance()->outputFormat = 1;
+        QVERIFY(OutputProfileManager::instance()->load(path));
+    }
+
+    // All of the stream is on disk, none of it converted.
+    std::unique_ptr<HttpJob> completeJob(qint64 bytes) const
+    {
+        return m_site.interruptedJob(bytes, bytes, bytes);
+    }
+
+    static HttpResponse slowStream(qint64 bytes)
+    {
+        HttpResponse response = EngineFixture::stream(bytes);
+        response.bytesPerSecond = 400000;
+        return response;
+    }
+
+    // A line since the test began holds all of these texts.
+    bool logged(const QStringList &texts) const
+    {
+        const QStringList lines = m_sandbox.logLines().mid(m_logBegin);
+        return std::any_of(lines.cbegin(), lines.cend(), [&](const QString &line) {
+            return std::all_of(texts.cbegin(), texts.cend(),
+                               [&](const QString &text) { return line.contains(text); });
+        });
+    }
+
+    Sandbox &m_sandbox;
+    EngineFixture m_site;
+    int m_logBegin = 0;
+};
+
+REELKEEPER_TEST_MAIN(ConversionTest)
+#include "tst_conversion.moc"
