@@ -2,6 +2,7 @@
 
 #include "trace.h"
 
+#include <QMetaMethod>
 #include <QTimer>
 
 #include <cstring>
@@ -77,6 +78,9 @@ bool SingleApplication::sendMessage(const QString &message)
 void SingleApplication::checkForMessage()
 {
     if (m_isRunning || !m_sharedMemory.isAttached())
+        return;
+    // While the start-up still runs there is nobody to hear: the message waits.
+    if (!isSignalConnected(QMetaMethod::fromSignal(&SingleApplication::messageAvailable)))
         return;
     // Busy: the next poll takes the message. Waiting here would stop the windows.
     if (!m_lock.lock(0))

@@ -50,6 +50,8 @@ struct JobData
     qint64 spend_time = 0;                  // milliseconds the job has spent running
 
     SharedText contentType;
+    // Counts how often the source file was begun again at byte 0.
+    SharedNumber<qint32> sourceGeneration = 0;
     qint64 encodedBytes = 0; // bytes of the source file handed to the encoder
     QString outputFormatName;
     float convertedSeconds = 0; // seconds of video the encoder has produced

@@ -25,7 +25,8 @@ public:
     ~ProcessLock();
     Q_DISABLE_COPY(ProcessLock)
 
-    bool lock(int milliseconds); // false when another process kept it for that long
+    // False when another process kept it for that long; true when there is nothing to lock with.
+    bool lock(int milliseconds);
     void unlock();
 
 private:

@@ -4,10 +4,12 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
+#include <QDBusPendingCallWatcher>
 #include <QDBusUnixFileDescriptor>
 #include <QDesktopServices>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileDialog>
 #include <QGuiApplication>
@@ -17,6 +19,7 @@
 #include <QSocketNotifier>
 #include <QStandardPaths>
 #include <QThread>
+#include <QTimer>
 #include <QUrl>
 #include <QUuid>
 #include <QWidget>
@@ -108,7 +111,7 @@ bool platform::ProcessLock::lock(int milliseconds)
             return false;
         QThread::msleep(5);
     }
-    return false;
+    return true; // nothing to lock with: better unlocked than never
 }
 
 void platform::ProcessLock::unlock()
@@ -198,17 +201,25 @@ static bool hasProgramFor(const QString &path)
 {
     constexpr int patience = 2000; // milliseconds
     QProcess query;
+    // The window stays alive while the desktop looks it up.
+    QEventLoop loop;
+    QObject::connect(&query, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), &loop,
+                     &QEventLoop::quit);
+    QObject::connect(&query, &QProcess::errorOccurred, &loop, &QEventLoop::quit);
+    QTimer::singleShot(patience, &loop, &QEventLoop::quit);
     query.start(QStringLiteral("xdg-mime"),
                 {QStringLiteral("query"), QStringLiteral("default"),
                  QMimeDatabase().mimeTypeForFile(path).name()},
                 QIODevice::ReadOnly);
-    if (!query.waitForFinished(patience)) {
+    if (query.state() != QProcess::NotRunning)
+        loop.exec(QEventLoop::ExcludeUserInputEvents);
+    if (query.state() != QProcess::NotRunning) {
         query.kill();
-        query.waitForFinished(patience);
+        query.waitForFinished(patience); // killed: at once
         return true;
     }
-    return query.exitStatus() != QProcess::NormalExit || query.exitCode() != 0 ||
-           !query.readAllStandardOutput().trimmed().isEmpty();
+    return query.error() == QProcess::FailedToStart || query.exitStatus() != QProcess::NormalExit ||
+           query.exitCode() != 0 || !query.readAllStandardOutput().trimmed().isEmpty();
 }
 
 platform::OpenResult platform::openFile(const QString &path)
@@ -233,9 +244,13 @@ bool platform::chooseProgramFor(const QString &path)
     call << QString() << QVariant::fromValue(QDBusUnixFileDescriptor(file.handle()))
          << QVariantMap{{QStringLiteral("ask"), true}};
     // The reply only names the request; the chooser itself stays open for as long as it likes.
-    QDBusPendingCall reply = QDBusConnection::sessionBus().asyncCall(call, patience);
-    reply.waitForFinished();
-    return !reply.isError();
+    const QDBusPendingCall reply = QDBusConnection::sessionBus().asyncCall(call, patience);
+    QDBusPendingCallWatcher watcher(reply);
+    QEventLoop loop;
+    QObject::connect(&watcher, &QDBusPendingCallWatcher::finished, &loop, &QEventLoop::quit);
+    if (!watcher.isFinished())
+        loop.exec(QEventLoop::ExcludeUserInputEvents);
+    return !watcher.isError();
 }
 
 bool platform::browseFolder(QWidget *parent, const QString &title, const QString &initialPath,

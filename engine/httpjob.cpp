@@ -182,8 +182,22 @@ bool HttpJob::isRunning() const
     return record.video_state == JobState::Start;
 }
 
+void HttpJob::followSource()
+{
+    if (!m_encoder || m_encodedGeneration == record.sourceGeneration)
+        return;
+    // The encoder may hold bytes of a file that the server has replaced since.
+    releaseConversion();
+    record.encodedBytes = 0;
+    record.convertedSeconds = 0;
+    prepareConversion();
+}
+
 void HttpJob::prepareConversion()
 {
+    followSource();
+    if (!isRunning())
+        return; // the conversion could not begin again
     if (m_reader) {
         m_reader->setPaused(false);
         if (m_draining)
@@ -198,6 +212,7 @@ void HttpJob::prepareConversion()
         onConvertError(ConversionNotStarted);
         return;
     }
+    m_encodedGeneration = record.sourceGeneration;
     m_buffer.resize(chunkSize);
     connect(m_encoder.get(), &Encoder::convertFinished, this, &HttpJob::onConvertFinished);
     connect(m_encoder.get(), &Encoder::convertErrored, this, &HttpJob::onConvertError);
@@ -219,6 +234,7 @@ bool HttpJob::openReader()
 
 void HttpJob::onDownloadReceive(qint64)
 {
+    followSource();
     if (!m_encoder)
         return;
     if (!m_reader && !openReader()) {
@@ -256,6 +272,9 @@ void HttpJob::onDownloadFinished()
     writeLog("Download Finished:", QStringLiteral("Content Length:%1,Byte Write(File):%2")
                                        .arg(qint64(record.total_bytes))
                                        .arg(qint64(record.download_bytes)));
+    followSource();
+    if (!isRunning())
+        return; // the conversion could not begin again
     if (!m_encoder) {
         record.output_name = record.video_mame;
         finish();
@@ -314,17 +333,6 @@ void HttpJob::finishDrain()
                  .arg(qint64(record.total_bytes))
                  .arg(qint64(record.download_bytes))
                  .arg(record.encodedBytes));
-}
-
-void HttpJob::onDownloadStartedOver()
-{
-    if (!m_encoder)
-        return;
-    // The encoder may hold bytes of a file that the server has replaced since.
-    releaseConversion();
-    record.encodedBytes = 0;
-    record.convertedSeconds = 0;
-    prepareConversion();
 }
 
 void HttpJob::retryIn(int milliseconds)

@@ -58,13 +58,11 @@ public slots:
     void onRetry();
     void onError();
 
-    // The source file begins again at byte 0: a conversion begins again as well.
-    void onDownloadStartedOver();
-
 private:
     void startTransfer();
     void stopThread();
     void prepareConversion();
+    void followSource();      // a source file that began again begins the conversion again
     void releaseConversion(); // encoder and reader end
     bool openReader();
     void drain();
@@ -87,5 +85,6 @@ private:
     std::unique_ptr<FileReader> m_reader;
     std::unique_ptr<Encoder> m_encoder;
     QByteArray m_buffer;
-    bool m_draining = false; // the download is complete, the encoder still gets its rest
+    qint32 m_encodedGeneration = 0; // the source file's that the encoder was fed from
+    bool m_draining = false;        // the download is complete, the encoder still gets its rest
 };

@@ -36,6 +36,19 @@ QString extensionOf(const QString &contentType)
     return extension;
 }
 
+bool isPageExtension(const QString &extension)
+{
+    return extension.compare(QLatin1String("html"), Qt::CaseInsensitive) == 0 ||
+           extension.compare(QLatin1String("htm"), Qt::CaseInsensitive) == 0;
+}
+
+bool isStreamType(const QString &contentType)
+{
+    const QString extension = extensionOf(contentType);
+    return !extension.isEmpty() && !isPageExtension(extension) &&
+           !contentType.startsWith(QLatin1String("text/html"), Qt::CaseInsensitive);
+}
+
 } // namespace
 
 HttpTask::HttpTask(JobRecord &record, const QString &outputFolder)
@@ -80,9 +93,7 @@ bool HttpTask::prepareResume()
     const QString path = m_record.video_mame;
     if (path.isEmpty() || !QFile::exists(path)) {
         // Deleted after a failure or by hand: there is nothing to go on from.
-        m_record.download_bytes = 0;
-        m_record.total_bytes = -1;
-        emit sigStartedOver();
+        forgetSource();
         return true;
     }
     if (openSource() != 0) {
@@ -117,6 +128,9 @@ void HttpTask::sendRequest()
     TRACE() << "request:" << url.toString();
     QNetworkRequest request(url);
     request.setTransferTimeout(StallTimeout);
+    // Cookies of an earlier answer of this attempt must not take the place of the page's.
+    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
+    request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
     // Anything else would be unpacked on the way, and no offset of the file would be true.
     request.setRawHeader("Accept-Encoding", "identity");
     if (!m_record.video_usser_agent.isEmpty())
@@ -149,11 +163,17 @@ void HttpTask::startOver()
     TRACE() << "start over" << m_record.video_mame.text();
     releaseReply();
     m_file->close();
+    forgetSource();
+    sendRequest();
+}
+
+void HttpTask::forgetSource()
+{
+    // First, so that whoever sees the count go down also sees why.
+    m_record.sourceGeneration += 1;
     m_record.download_bytes = 0;
     m_record.total_bytes = -1;
     m_resumeFrom = 0;
-    emit sigStartedOver();
-    sendRequest();
 }
 
 int HttpTask::openSource()
@@ -168,8 +188,7 @@ int HttpTask::createSource(const QString &contentType)
     const QString extension = extensionOf(contentType);
     if (extension.isEmpty())
         return NoContentType;
-    if (extension.compare(QLatin1String("html"), Qt::CaseInsensitive) == 0 ||
-        extension.compare(QLatin1String("htm"), Qt::CaseInsensitive) == 0)
+    if (isPageExtension(extension))
         return HtmlInsteadOfVideo;
     QString path = m_outputFolder + m_record.guid;
     if (m_record.output_format != 0)
@@ -223,11 +242,14 @@ HttpTask::Body HttpTask::judgeAnswer()
         }
         if (status != 200)
             return Body::Ignored;
+        // A page in place of the stream, such as a network's log-in, is no reason to give up what
+        // is here already.
+        if (!isStreamType(m_reply->header(QNetworkRequest::ContentTypeHeader).toString())) {
+            endWith(QNetworkReply::UnknownContentError);
+            return Body::Undecided;
+        }
         // The server does not know ranges: this is the whole stream.
-        m_resumeFrom = 0;
-        m_record.download_bytes = 0;
-        m_record.total_bytes = -1;
-        emit sigStartedOver();
+        forgetSource();
     } else if (status == 206 && range.first > 0) {
         return Body::Ignored;
     }

@@ -33,8 +33,6 @@ signals:
     void sigFinished();
     void sigError(qint32 err);
     void sigReceive(qint64 bytesReceived); // bytes just written to the file
-    // The source file begins again at byte 0; what was read from it before counts no more.
-    void sigStartedOver();
 
 public slots:
     void onReadyRead();
@@ -50,6 +48,7 @@ private:
 
     bool prepareResume(); // false: the attempt has ended
     void sendRequest();
+    void forgetSource(); // the source file begins again at byte 0
     void startOver();
     Body judgeAnswer(); // Undecided: the attempt has ended or begun again
     bool beginFile();   // false: the attempt has ended

@@ -58,10 +58,6 @@ void HttpThread::run()
         if (m_job)
             m_job->onDownloadReceive(bytesReceived);
     });
-    connect(&task, &HttpTask::sigStartedOver, this, [this] {
-        if (m_job)
-            m_job->onDownloadStartedOver();
-    });
 
     task.prepareCookies(); // without cookies the request itself reports the error
     task.startRequest();

@@ -36,7 +36,7 @@ MainWindow::MainWindow(bool show, QWidget *parent)
 {
     Options *options = Options::instance();
     options->load();
-    updateScripts(this);
+    updateScripts();
     buildForm();
     setMainWindow(this);
     options->ensureOutputFolder();
@@ -58,11 +58,12 @@ MainWindow::MainWindow(bool show, QWidget *parent)
     else
         m_ui->btnOpenFolder->setFocus(Qt::OtherFocusReason);
     buildTray();
+    // Placed before it is shown: a window that is moved once its frame is there lands elsewhere.
+    restoreLayout();
     if (show)
         this->show();
     else
         close();
-    restoreLayout();
 }
 
 MainWindow::~MainWindow()
@@ -124,8 +125,12 @@ void MainWindow::connectAll()
     onClick(m_ui->btnSettings, &MainWindow::onSettings);
     onClick(m_ui->btnHelp, &MainWindow::onHelp);
     onClick(m_ui->btnAbout, &MainWindow::onAbout);
-    connect(m_manager, &DownloaderManager::sigFinished, this, &MainWindow::onFinished);
-    connect(m_manager, &DownloaderManager::sigAllFinished, this, &MainWindow::onAllFinished);
+    // Queued: a job can end while it is being started, during the construction or in the middle of
+    // a walk over all jobs, and what follows may open a dialog.
+    connect(m_manager, &DownloaderManager::sigFinished, this, &MainWindow::onFinished,
+            Qt::QueuedConnection);
+    connect(m_manager, &DownloaderManager::sigAllFinished, this, &MainWindow::onAllFinished,
+            Qt::QueuedConnection);
     connect(clipboard, &QClipboard::dataChanged, this, &MainWindow::onClipboardChange);
     // On both tabs; and the only other way out is the tray's menu, which not every desktop shows.
     const auto onKey = [this](QKeySequence::StandardKey key, void (MainWindow::*slot)()) {
@@ -169,7 +174,8 @@ void MainWindow::restoreLayout()
 void MainWindow::showTrayMessage(const QString &title, const QString &text,
                                  QSystemTrayIcon::MessageIcon icon)
 {
-    m_trayIcon->showBalloon(title, text, icon);
+    if (m_trayIcon)
+        m_trayIcon->showBalloon(title, text, icon);
 }
 
 void MainWindow::openNewDownload(const QString &url)

@@ -17,10 +17,9 @@ static void report(QMessageBox::Icon icon, const char *text, const QString &logT
     LogFile::instance()->write(QStringLiteral("Failed:"), logText);
 }
 
-void updateScripts(QWidget *parent)
+void updateScripts()
 {
-    QDlgUpdate dialog(parent);
-    // Its parent is not shown yet and has no place of its own.
+    QDlgUpdate dialog;
     if (const QScreen *screen = QGuiApplication::primaryScreen())
         dialog.move(screen->availableGeometry().center() - dialog.rect().center());
     dialog.exec();

@@ -94,6 +94,15 @@ private slots:
         DownloaderManager::destroyInstance();
     }
 
+    void jobThatEndsDuringTheStartIsReported()
+    {
+        storeJobs({JobState::Start});
+        MainWindow window(true);
+        QCOMPARE(DownloaderManager::instance()->findJob(1)->record.video_state, JobState::Errored);
+        QCoreApplication::processEvents();
+        QCOMPARE(child<QTabWidget>(window, "tabWidget")->tabText(0), "Downloading(1)"_q);
+    }
+
     void copiedAddressOpensTheDialog_data()
     {
         QTest::addColumn<QString>("text");
@@ -297,6 +306,8 @@ private:
             job->record.output_name = m_sandbox.path(job->record.title + ".mp4"_q);
             QVERIFY(writeFile(job->record.output_name, "video"));
             job->record.video_state = state;
+            // What runs cannot go on: there is no such format any more.
+            job->record.output_format = state == JobState::Start ? 99999 : 0;
             manager.addLoadedJob(std::move(job));
         }
     }
