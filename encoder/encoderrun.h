@@ -18,6 +18,7 @@ private:
     bool collect();
     int encode(int standardInput);
     void relay();
+    void passInput();
     void handleLine(const std::string &line, char end);
 
     std::string m_encoder;
@@ -27,6 +28,7 @@ private:
     std::string m_messages; // for standard error
     std::string m_writeFailure;
     char m_lastEnd = '\r';
+    bool m_inputWaits = false; // standard input has something, or its end, to give
     bool m_inputEnded = false;
     int m_collected = -1;
     int m_toEncoder = -1;
