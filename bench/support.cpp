@@ -209,8 +209,7 @@ bool holdsPattern(const QString &path, qint64 bytes)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly) || file.size() != bytes)
         return false;
-    for (qint64 at = 0; at < bytes;
-         at = at + step < bytes || at + 1 == bytes ? at + step : bytes - 1) {
+    for (qint64 at = 0; at < bytes; at += step) {
         if (!file.seek(at))
             return false;
         const QByteArray block = file.read(blockSize);
