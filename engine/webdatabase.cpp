@@ -23,13 +23,33 @@ void writeError(const QString &text)
 }
 
 // The file cannot be used. It is put aside rather than deleted: a person, or a repair tool, may
-// still get something out of it.
+// still get something out of it, and out of the ones before it. A journal belongs to its file and
+// would spoil the next one.
 bool putAside(const QString &path)
 {
-    const QString aside = path + QStringLiteral(".damaged");
-    if (QFile::exists(aside) && !QFile::remove(aside))
-        return QFile::remove(path);
-    return QFile::rename(path, aside) || QFile::remove(path);
+    const auto name = [&path](int number) {
+        const QString aside = path + QStringLiteral(".damaged");
+        return number == 0 ? aside : aside + QLatin1Char('_') + QString::number(number);
+    };
+    int number = 0;
+    while (QFile::exists(name(number)))
+        ++number;
+    const QString journal = path + QStringLiteral("-journal");
+    if (QFile::exists(journal) &&
+        !QFile::rename(journal, name(number) + QStringLiteral("-journal")))
+        return false;
+    return QFile::rename(path, name(number));
+}
+
+// What SQLite says of a file that holds no database, or a broken one. Every other failure (locked,
+// no permission, a failing disk, no memory) may be over the next time.
+bool meansDamage(const QSqlError &error)
+{
+    constexpr int genericError = 1;
+    constexpr int corrupt = 11;
+    constexpr int notADatabase = 26;
+    const int code = error.nativeErrorCode().toInt() & 0xff;
+    return code == genericError || code == corrupt || code == notADatabase;
 }
 
 } // namespace
@@ -62,7 +82,8 @@ bool WebDatabase::Init()
         if (OpenDatabaseFile(m_path))
             return true;
         closeConnection();
-        putAside(m_path);
+        if (!m_damaged || !putAside(m_path))
+            return false;
     }
     return CreateDatabaseFile(m_path);
 }
@@ -72,6 +93,7 @@ void WebDatabase::connectTo(const QString &path)
     closeConnection();
     m_db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
     m_db.setDatabaseName(path);
+    m_db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(thoroughPatience));
 }
 
 void WebDatabase::closeConnection()
@@ -86,16 +108,26 @@ void WebDatabase::closeConnection()
 bool WebDatabase::OpenDatabaseFile(const QString &path)
 {
     connectTo(path);
+    m_damaged = false;
     if (!m_db.open()) {
         LogError(QStringLiteral("OpenDatabaseFile() return false"), m_db.lastError());
         return false;
     }
+    // The driver opens anything, and lists no tables where it cannot read.
+    QSqlQuery look(m_db);
+    if (!look.exec(QStringLiteral("SELECT count(*) FROM sqlite_master"))) {
+        m_damaged = meansDamage(look.lastError());
+        LogError(QStringLiteral("OpenDatabaseFile() return false"), look.lastError());
+        return false;
+    }
+    look.finish();
     for (const QString &name : m_db.tables(QSql::Tables)) {
         TRACE() << "Table Name:" << name;
         LogFile::instance()->write(QStringLiteral("Database Table name:"), name);
         if (name == tableName)
             return true;
     }
+    m_damaged = true;
     m_db.close();
     writeError(QStringLiteral("OpenDatabaseFile() not find table."));
     return false;
@@ -150,6 +182,7 @@ bool WebDatabase::Read(DownloaderManager *manager)
             "video_dimension,video_state,video_type,video_mame,download_bytes,total_bytes,duration,"
             "output_format,output_name,output_demision,guid,download_time,quality_index,spend_time "
             "FROM video_download"))) {
+        m_damaged = meansDamage(query.lastError());
         LogError(QStringLiteral("WebDatabase::Read() return false"), query.lastError());
         return false;
     }
@@ -164,6 +197,7 @@ bool WebDatabase::Read(DownloaderManager *manager)
     }
     // A page that cannot be read ends the rows as if there were no more of them.
     if (query.lastError().isValid()) {
+        m_damaged = meansDamage(query.lastError());
         LogError(QStringLiteral("WebDatabase::Read() return false"), query.lastError());
         return false;
     }
@@ -172,7 +206,7 @@ bool WebDatabase::Read(DownloaderManager *manager)
 
 bool WebDatabase::Recreate()
 {
-    if (m_path.isEmpty())
+    if (m_path.isEmpty() || !m_damaged)
         return false;
     closeConnection();
     if (QFile::exists(m_path) && !putAside(m_path))
@@ -180,16 +214,18 @@ bool WebDatabase::Recreate()
     return CreateDatabaseFile(m_path);
 }
 
-bool WebDatabase::Save(DownloaderManager *manager)
+bool WebDatabase::Save(DownloaderManager *manager, int patience)
 {
     if (!m_db.isOpen())
         return false;
+    QSqlQuery(m_db).exec(QStringLiteral("PRAGMA busy_timeout=%1").arg(patience));
     // The rows of the last save stay unless all of the new ones are there.
     if (!m_db.transaction()) {
         LogError(QStringLiteral("WebDatabase::Save() return false"), m_db.lastError());
         return false;
     }
     if (!DeleteAll() || !WriteVersion()) {
+        writeError(QStringLiteral("WebDatabase::Save() return false"));
         m_db.rollback();
         return false;
     }

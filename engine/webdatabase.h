@@ -17,10 +17,17 @@ public:
     static WebDatabase *instance();
     static void destroyInstance();
 
+    static constexpr int quickPatience = 500;     // while somebody works with the window
+    static constexpr int thoroughPatience = 2000; // where a failure costs something
+
+    // A file that is damaged is put aside beside itself; one that cannot be read for now (locked by
+    // another program, no permission, a failing disk) is left alone, and Init and Recreate fail.
     bool Init();                           // false: the program cannot keep jobs
     bool Read(DownloaderManager *manager); // false only when the SELECT fails
     bool Recreate();                       // a new, empty database in place of the file
-    bool Save(DownloaderManager *manager); // all jobs in one transaction
+    // All jobs in one transaction. patience: how long another program may keep the file locked, in
+    // milliseconds; the caller waits.
+    bool Save(DownloaderManager *manager, int patience = quickPatience);
 
 private:
     void connectTo(const QString &path);
@@ -35,4 +42,5 @@ private:
     QSqlDatabase m_db;
     qint32 m_version = 0;
     QString m_path;
+    bool m_damaged = false; // what was read last is no job list, and will never be one
 };

@@ -24,6 +24,7 @@ private slots:
         m_sandbox.loadOptions(true);
         m_path = Options::instance()->appDataPath() + "Task.dat"_q;
         QFile::remove(m_path);
+        QFile::remove(m_path + ".damaged"_q);
         QVERIFY(WebDatabase::instance()->Init());
     }
 
