@@ -14,6 +14,7 @@
 #include "trace.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QNetworkReply>
 
 namespace {
@@ -107,7 +108,7 @@ void HttpJob::startTransfer()
     }
     if (m_thread)
         m_thread->abandon();
-    m_thread = new HttpThread(this);
+    m_thread = new HttpThread(this, m_delays.stall);
     m_startTick = platform::tickCount();
     m_thread->start(QThread::InheritPriority);
 }
@@ -257,6 +258,13 @@ void HttpJob::onDownloadReceive(qint64)
 
 void HttpJob::onDownloadFinished()
 {
+    const qint64 total = record.total_bytes;
+    if (!m_encoder && record.download_bytes == total &&
+        QFileInfo(record.video_mame).size() != total) {
+        // Deleted or cut behind our back: what was counted is not there.
+        record.download_bytes = 0;
+        record.total_bytes = -1;
+    }
     if (record.download_bytes != record.total_bytes) {
         if (m_restartCount >= maxRestarts) {
             m_restartCount = 0;

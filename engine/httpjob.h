@@ -13,11 +13,12 @@ class Encoder;
 class FileReader;
 class HttpThread;
 
-// How long a job waits before it tries again, in milliseconds.
+// How long a job waits before it tries again, and for a server that says nothing, in milliseconds.
 struct RetryDelays
 {
     int networkError = 60000;
     int shortTransfer = 3000;
+    int stall = 60000;
 };
 
 // One download job: starts and stops its transfer, retries, feeds the encoder, and brings the job

@@ -4,6 +4,7 @@
 #include "cookies.h"
 #include "downloaderror.h"
 #include "jobrecord.h"
+#include "logfile.h"
 #include "texts.h"
 #include "trace.h"
 
@@ -51,9 +52,10 @@ bool isStreamType(const QString &contentType)
 
 } // namespace
 
-HttpTask::HttpTask(JobRecord &record, const QString &outputFolder)
+HttpTask::HttpTask(JobRecord &record, const QString &outputFolder, int stallTimeout)
     : m_record(record)
     , m_outputFolder(outputFolder)
+    , m_stallTimeout(stallTimeout)
     , m_file(new QFile(this))
     , m_manager(new QNetworkAccessManager(this))
 {
@@ -62,6 +64,7 @@ HttpTask::HttpTask(JobRecord &record, const QString &outputFolder)
 bool HttpTask::prepareCookies()
 {
     Cookies cookies;
+    cookies.setTransferTimeout(m_stallTimeout);
     const QString text = cookies.start(m_record.page + QStringLiteral("&hl=en_US&persist_hl=0"));
     m_record.video_cookies = text;
     return !text.isEmpty();
@@ -127,7 +130,7 @@ void HttpTask::sendRequest()
     const QUrl url(m_record.video_url);
     TRACE() << "request:" << url.toString();
     QNetworkRequest request(url);
-    request.setTransferTimeout(StallTimeout);
+    request.setTransferTimeout(m_stallTimeout);
     // Cookies of an earlier answer of this attempt must not take the place of the page's.
     request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
@@ -227,6 +230,17 @@ HttpTask::Body HttpTask::judgeAnswer()
     // The page of an error answer arrives before the error is known.
     if (status >= 400)
         return Body::Ignored;
+    // Asked for the plain bytes, and got them packed all the same (by a proxy, as a rule): stored,
+    // they would be no video, and no offset would be true. An attempt without a byte is what it
+    // amounts to: the job tries again and says so when it is no use.
+    const QByteArray encoding = m_reply->rawHeader("Content-Encoding").trimmed().toLower();
+    if (!encoding.isEmpty() && encoding != "identity") {
+        LogFile::instance()->write(
+            QStringLiteral("Download:"),
+            QStringLiteral("Failed(Content-Encoding %1)").arg(QString::fromLatin1(encoding)));
+        endWell();
+        return Body::Undecided;
+    }
     const ContentRange range = parseContentRange(m_reply->rawHeader("Content-Range"));
     if (m_resumeFrom > 0) {
         if (status == 206) {

@@ -16,8 +16,9 @@ class HttpTask final : public QObject
     Q_DISABLE_COPY(HttpTask)
 
 public:
-    // record: not owned, outlives the task. outputFolder ends with a separator.
-    HttpTask(JobRecord &record, const QString &outputFolder);
+    // record: not owned, outlives the task. outputFolder ends with a separator. stallTimeout:
+    // milliseconds without a byte.
+    HttpTask(JobRecord &record, const QString &outputFolder, int stallTimeout);
 
     bool prepareCookies(); // true when the job's page gave any
     void startRequest();
@@ -26,7 +27,6 @@ public:
     void reportFileError(QFile::FileError error);
     void stopTransfer(); // aborts the reply; nothing is said after it
 
-    static constexpr int StallTimeout = 60000;           // ms without a byte
     static constexpr qint64 ReadBufferSize = 256 * 1024; // bytes the network layer may hold
 
 signals:
@@ -60,6 +60,7 @@ private:
 
     JobRecord &m_record;
     QString m_outputFolder;
+    int m_stallTimeout;
     QFile *m_file;                    // child
     QNetworkReply *m_reply = nullptr; // released with deleteLater
     QNetworkAccessManager *m_manager; // child

@@ -5,10 +5,11 @@
 #include "options.h"
 #include "trace.h"
 
-HttpThread::HttpThread(HttpJob *job)
+HttpThread::HttpThread(HttpJob *job, int stallTimeout)
     : QThread(job)
     , m_job(job)
     , m_record(job->record)
+    , m_stallTimeout(stallTimeout)
     , m_outputFolder(Options::instance()->outputFolder)
 {
 }
@@ -42,7 +43,7 @@ void HttpThread::abandon()
 
 void HttpThread::run()
 {
-    HttpTask task(m_record, m_outputFolder);
+    HttpTask task(m_record, m_outputFolder, m_stallTimeout);
     connect(&task, &HttpTask::sigError, this, &QThread::quit);
     connect(&task, &HttpTask::sigFinished, this, &QThread::quit);
     // This object lives on the user-interface thread, hence queued to it.

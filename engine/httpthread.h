@@ -15,8 +15,8 @@ class HttpThread final : public QThread
     Q_DISABLE_COPY(HttpThread)
 
 public:
-    explicit HttpThread(HttpJob *job);
-    ~HttpThread() override; // ends the attempt when it still runs
+    HttpThread(HttpJob *job, int stallTimeout); // milliseconds without a byte
+    ~HttpThread() override;                     // ends the attempt when it still runs
 
     void setJob(HttpJob *job);
     // Ends the attempt, waits for the thread and lets the object delete itself. The wait is for
@@ -31,5 +31,6 @@ private:
 
     HttpJob *m_job; // null once abandoned; the thread itself uses the record
     JobRecord &m_record;
+    int m_stallTimeout;
     QString m_outputFolder; // taken before the thread starts
 };
