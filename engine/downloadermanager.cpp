@@ -8,6 +8,9 @@
 DownloaderManager::DownloaderManager(const RetryDelays &delays)
     : m_delays(delays)
 {
+    m_changed.setSingleShot(true);
+    m_changed.setInterval(0);
+    connect(&m_changed, &QTimer::timeout, this, &DownloaderManager::sigJobsChanged);
 }
 
 DownloaderManager::~DownloaderManager()
@@ -17,7 +20,8 @@ DownloaderManager::~DownloaderManager()
         if (state != JobState::Finished && state != JobState::Errored)
             job->stop();
     }
-    WebDatabase::instance()->Save(this); // reported in the log; there is nobody left to tell
+    // A failure is in the log; there is nobody left to tell.
+    WebDatabase::instance()->Save(this, WebDatabase::thoroughPatience);
     WebDatabase::destroyInstance();
 }
 
@@ -60,6 +64,7 @@ HttpJob *DownloaderManager::addJob(const VideoInfo &info)
     job->init(info, nextId());
     HttpJob *registered = registerJob(std::move(job));
     registered->start();
+    noteChange();
     return registered;
 }
 
@@ -79,8 +84,10 @@ bool DownloaderManager::startJob(int id)
     HttpJob *job = findJob(id);
     if (!job)
         return false;
-    if (job->canStart())
+    if (job->canStart()) {
         job->start();
+        noteChange();
+    }
     return true;
 }
 
@@ -89,8 +96,10 @@ bool DownloaderManager::pauseJob(int id)
     HttpJob *job = findJob(id);
     if (!job)
         return false;
-    if (job->isRunning())
+    if (job->isRunning()) {
         job->pause();
+        noteChange();
+    }
     return true;
 }
 
@@ -104,6 +113,7 @@ bool DownloaderManager::removeJob(int id, bool deleteFiles)
         job->stop();
     job->remove(deleteFiles);
     job->removed = true;
+    noteChange();
     return true;
 }
 
@@ -115,6 +125,7 @@ void DownloaderManager::startAll()
         if (!job->removed && job->canStart())
             job->start();
     }
+    noteChange();
 }
 
 void DownloaderManager::pauseAll()
@@ -124,6 +135,7 @@ void DownloaderManager::pauseAll()
         if (!job->removed && job->isRunning())
             job->pause();
     }
+    noteChange();
 }
 
 void DownloaderManager::resumeRunning()
@@ -163,9 +175,16 @@ bool DownloaderManager::allFinished() const
 
 void DownloaderManager::onFinished(int nID)
 {
+    noteChange();
     emit sigFinished(nID);
     if (allFinished())
         emit sigAllFinished();
+}
+
+void DownloaderManager::noteChange()
+{
+    if (!m_changed.isActive())
+        m_changed.start();
 }
 
 void DownloaderManager::fillViews(JobView *downloadList, JobView *finishedList)

@@ -4,6 +4,7 @@
 
 #include <QHash>
 #include <QObject>
+#include <QTimer>
 
 #include <memory>
 #include <vector>
@@ -55,15 +56,20 @@ public:
 signals:
     void sigFinished(int nID);
     void sigAllFinished();
+    // What is stored of the jobs differs from what was: worth a save now. Once for all changes that
+    // happen before the event loop runs again.
+    void sigJobsChanged();
 
 public slots:
     void onFinished(int nID);
+    void noteChange(); // somebody changed a job's record himself
 
 private:
     int nextId() const;
     HttpJob *registerJob(std::unique_ptr<HttpJob> job);
 
     RetryDelays m_delays;
+    QTimer m_changed; // runs from the first change until it is told
     std::vector<std::unique_ptr<HttpJob>> m_jobs;
     QHash<int, HttpJob *> m_jobOfId; // the first of that id; every job of m_jobs
 };

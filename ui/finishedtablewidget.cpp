@@ -141,7 +141,10 @@ void FinishedTableWidget::commitRename(int id)
     if (!job || row < 0)
         return;
     const QString message = renameJob(&job->record, item(row, NameColumn)->text().trimmed());
-    if (!message.isEmpty())
+    // A finished job whose file is not found under its stored name is dropped at the next start.
+    if (message.isEmpty())
+        DownloaderManager::instance()->noteChange();
+    else
         tell(QStringLiteral("Tip"), message);
     showTitle(job->record);
 }

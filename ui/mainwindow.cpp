@@ -131,6 +131,8 @@ void MainWindow::connectAll()
             Qt::QueuedConnection);
     connect(m_manager, &DownloaderManager::sigAllFinished, this, &MainWindow::onAllFinished,
             Qt::QueuedConnection);
+    // A crash must not lose what was just asked for, nor what was just done.
+    connect(m_manager, &DownloaderManager::sigJobsChanged, this, &MainWindow::saveDownloadList);
     connect(clipboard, &QClipboard::dataChanged, this, &MainWindow::onClipboardChange);
     // On both tabs; and the only other way out is the tray's menu, which not every desktop shows.
     const auto onKey = [this](QKeySequence::StandardKey key, void (MainWindow::*slot)()) {

@@ -5,7 +5,6 @@
 #include "logfile.h"
 #include "texts.h"
 #include "trace.h"
-#include "webdatabase.h"
 
 NewDownload::NewDownload(DownloaderManager *manager, JobView *downloadList, QWidget *window)
     : m_manager(manager)
@@ -42,6 +41,4 @@ void NewDownload::addJob(VideoInfo info)
     log(QStringLiteral("Select URL:"), stream.videoAddress);
 
     m_downloadList->insertJob(m_manager->addJob(info));
-    // A crash must not lose what was just asked for.
-    WebDatabase::instance()->Save(m_manager);
 }
