@@ -151,7 +151,7 @@ def top_buttons():
     for name, caption, wide, face_width in (("btn-seting", "Settings", 45, 41),
                                             ("btn-help", "Help", 37, 37),
                                             ("btn-about", "About", 37, 37)):
-        size = 10
+        size = 9.5
         left = (face_width - text_width(caption, size)) / 2
         for state, ground, color in (("", "", "#E4E5F0"),
                                      ("-hover", 'fill="#FFFFFF" fill-opacity=".2"', "#FFFFFF"),
@@ -237,7 +237,7 @@ def small_icon(size):
     """For 16 to 24 pixels: fewer and larger parts, drawn on a grid of 16."""
     body = TILE + box(0, 0, 16, 16, "url(#tile)", 3.5)
     body += box(0.5, 0.5, 15, 15, "none", 3, 'stroke="#FFFFFF" stroke-opacity=".35"')
-    body += reel(8, 8, 5.5, 4, 1.35, 3.1, 0, "#FFFFFF")
+    body += reel(8, 8, 5.7, 5, 1.3, 3.3, 0.7, "#FFFFFF")
     return svg(size, size, body, 16)
 
 
