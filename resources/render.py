@@ -101,15 +101,15 @@ GLYPHS = {
 # top, bottom, border, glyph, caption
 PRIMARY = {
     "": ("#7075A0", "#555979", "#45486A", "#FFFFFF", "#FFFFFF"),
-    "-hover": ("#8085B2", "#63678F", "#4B4F75", "#FFFFFF", "#FFFFFF"),
+    "-hover": ("#767BA7", "#5D6189", "#45486A", "#FFFFFF", "#FFFFFF"),
     "-pressed": ("#474A6A", "#54587C", "#3A3D59", "#E8E9F3", "#E8E9F3"),
-    "-disabled": ("#C6C7D1", "#C6C7D1", "#B3B5C2", "#62657B", "#62657B"),
+    "-disabled": ("#D2D3DB", "#D2D3DB", "#BBBDC9", "#54576E", "#54576E"),
 }
 SECONDARY = {
     "": ("#FEFEFF", "#E6E7EE", "#A9ACC0", THEME, INK),
     "-hover": ("#FFFFFF", "#EDEEFA", "#7479A4", "#4C5076", "#262840"),
     "-pressed": ("#C9CBDB", "#D9DAE6", "#7A7E9E", "#4C5076", "#262840"),
-    "-disabled": ("#E2E2E6", "#E2E2E6", "#C9CAD2", "#8C8E9F", "#74768A"),
+    "-disabled": ("#E4E4E9", "#E4E4E9", "#CBCCD5", "#7C7E92", "#60627A"),
 }
 
 
@@ -153,8 +153,8 @@ def top_buttons():
                                             ("btn-about", "About", 37, 37)):
         size = 9.5
         left = (face_width - text_width(caption, size)) / 2
-        for state, ground, color in (("", "", "#E4E5F0"),
-                                     ("-hover", 'fill="#FFFFFF" fill-opacity=".2"', "#FFFFFF"),
+        for state, ground, color in (("", "", "#F0F1F7"),
+                                     ("-hover", 'fill="#FFFFFF" fill-opacity=".1"', "#FFFFFF"),
                                      ("-pressed", 'fill="#000000" fill-opacity=".25"', "#FFFFFF")):
             body = f'<rect width="{face_width}" height="15" rx="{RADIUS}" {ground}/>' * bool(ground)
             body += text(caption, left, 11, size, color)
@@ -193,7 +193,7 @@ def state_icons():
     shapes = {
         "download_ing": ("#6F9FD8", "#4674B0",
                          stroke("M12 6.75V16M8 12.5 12 16.75 16 12.5", "#FFFFFF", 2.2)),
-        "download_pause": ("#E0B255", "#B98423",
+        "download_pause": ("#CF9A37", "#9A6A14",
                            box(8, 7, 3, 10, "#FFFFFF", 1) + box(13, 7, 3, 10, "#FFFFFF", 1)),
         "download_failed": ("#D9727C", "#B0404C",
                             stroke("M8.25 8.25 15.75 15.75M15.75 8.25 8.25 15.75", "#FFFFFF", 2.4)),
