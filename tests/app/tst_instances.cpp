@@ -46,7 +46,7 @@ private slots:
         const auto running = [&programs]() {
             int count = 0;
             for (const auto &program : programs)
-                count += program->state() == QProcess::Running ? 1 : 0;
+                count += program->state() != QProcess::NotRunning ? 1 : 0;
             return count;
         };
         QTRY_COMPARE_WITH_TIMEOUT(running(), 1, 20000);
