@@ -55,10 +55,13 @@ void HttpThread::run()
         if (m_job)
             m_job->onDownloadError(error);
     });
-    connect(&task, &HttpTask::sigReceive, this, [this](qint64 bytesReceived) {
-        if (m_job)
-            m_job->onDownloadReceive(bytesReceived);
-    });
+    // Only an encoder wants to hear of every chunk; without one it would be a wake-up for nothing.
+    if (m_record.output_format != 0) {
+        connect(&task, &HttpTask::sigReceive, this, [this](qint64 bytesReceived) {
+            if (m_job)
+                m_job->onDownloadReceive(bytesReceived);
+        });
+    }
 
     task.prepareCookies(); // without cookies the request itself reports the error
     task.startRequest();
