@@ -43,6 +43,8 @@ bool bringToFront(QWidget *window)
 void setFixedDialogFlags(QWidget *dialog)
 {
     dialog->setWindowFlags(Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint | Qt::WindowTitleHint);
+    // The hint alone is for one system's window manager.
+    dialog->setFixedSize(dialog->size());
 }
 
 void setFramelessDialogFlags(QWidget *dialog)

@@ -11,5 +11,5 @@ QMessageBox::StandardButton showMessageBox(QMessageBox::Icon icon, const QString
                                            QMessageBox::StandardButtons buttons,
                                            QMessageBox::StandardButton defaultButton);
 bool bringToFront(QWidget *window); // always true; a null window is accepted
-void setFixedDialogFlags(QWidget *dialog);
+void setFixedDialogFlags(QWidget *dialog); // keeps the size that the dialog has now
 void setFramelessDialogFlags(QWidget *dialog);

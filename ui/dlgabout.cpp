@@ -11,7 +11,6 @@ DlgAbout::DlgAbout(QWidget *parent)
 {
     m_ui->setupUi(this);
     setFixedDialogFlags(this);
-    setFixedSize(size());
     setAttribute(Qt::WA_QuitOnClose, false);
     connect(m_ui->btnOK, &QPushButton::clicked, this, &DlgAbout::onOK);
 

@@ -10,7 +10,6 @@ DlgDeleteFinished::DlgDeleteFinished(QWidget *parent)
 {
     m_form->setupUi(this);
     setFixedDialogFlags(this);
-    setFixedSize(size());
     setAttribute(Qt::WA_QuitOnClose, false);
     m_form->boxDeleteVideo->setChecked(Options::instance()->deleteFinishedVideo);
     connect(m_form->btnYes, &QPushButton::clicked, this, &DlgDeleteFinished::onYes);

@@ -11,7 +11,6 @@ DlgExit::DlgExit(QWidget *parent)
 {
     m_ui->setupUi(this);
     setFixedDialogFlags(this);
-    setFixedSize(size());
     setAttribute(Qt::WA_QuitOnClose, false);
     fitTexts(this);
     m_ui->boxAskAgain->setChecked(!Options::instance()->queryOnExit);

@@ -14,7 +14,6 @@ DlgSettings::DlgSettings(QWidget *parent, FolderChooser chooser)
 {
     m_ui->setupUi(this);
     setFixedDialogFlags(this);
-    setFixedSize(size());
     setAttribute(Qt::WA_QuitOnClose, false);
     fitTexts(this);
     connect(m_ui->btnSelectFolder, &QPushButton::clicked, this, &DlgSettings::onSelectFolder);

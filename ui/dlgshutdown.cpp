@@ -15,7 +15,6 @@ DlgShutDown::DlgShutDown(QWidget *parent, int tickMilliseconds)
 {
     m_ui->setupUi(this);
     setFixedDialogFlags(this);
-    setFixedSize(size());
     setAttribute(Qt::WA_QuitOnClose, false);
     fitTexts(this);
     connect(m_ui->btnShutdown, &QPushButton::clicked, this, &DlgShutDown::onShutDown);
