@@ -172,7 +172,7 @@ def grounds():
 
     for name, top, bottom, light in (("tab-select", "#FFFFFF", "#F0F0F4", 1),
                                      ("tab-un-select", "#C6C8D8", "#B4B7CB", 0.5)):
-        lift = 3 if name == "tab-select" else 5
+        lift = 2 if name == "tab-select" else 4
         shape = f"M1 26V{lift + RADIUS}A{RADIUS} {RADIUS} 0 0 1 {1 + RADIUS} {lift}" \
                 f"H{139 - RADIUS}A{RADIUS} {RADIUS} 0 0 1 139 {lift + RADIUS}V26Z"
         body = gradient("face", (0, top), (1, bottom)) + f'<path d="{shape}" fill="url(#face)"/>'
