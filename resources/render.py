@@ -148,17 +148,17 @@ def buttons():
 
 
 def top_buttons():
-    for name, caption, wide, face_width in (("btn-seting", "Settings", 45, 41),
-                                            ("btn-help", "Help", 37, 37),
-                                            ("btn-about", "About", 37, 37)):
+    for name, caption, normal, active in (("btn-seting", "Settings", 45, 41),
+                                          ("btn-help", "Help", 37, 37),
+                                          ("btn-about", "About", 37, 37)):
         size = 9.5
-        left = (face_width - text_width(caption, size)) / 2
         for state, ground, color in (("", "", "#F0F1F7"),
                                      ("-hover", 'fill="#FFFFFF" fill-opacity=".1"', "#FFFFFF"),
                                      ("-pressed", 'fill="#000000" fill-opacity=".25"', "#FFFFFF")):
-            body = f'<rect width="{face_width}" height="15" rx="{RADIUS}" {ground}/>' * bool(ground)
-            body += text(caption, left, 11, size, color)
-            yield STYLE, name + state, svg(face_width if state else wide, 15, body)
+            width = active if state else normal
+            body = f'<rect width="{width}" height="15" rx="{RADIUS}" {ground}/>' * bool(ground)
+            body += text(caption, (width - text_width(caption, size)) / 2, 11, size, color)
+            yield STYLE, name + state, svg(width, 15, body)
 
 
 # ---- Window, tabs and lists --------------------------------------------------------------------
@@ -246,7 +246,8 @@ def icons():
     yield GENERATED, "mainframe_small", small_icon(24)
     for size in (16, 32, 48, 256):
         yield ":/icons", f"reelkeeper-{size}", (small_icon if size < 24 else full_icon)(size)
-    body = gradient("back", (0, "#7C81AC"), (1, THEME)) + gradient("front", (0, "#A9ADD0"), (1, "#7E83AE"))
+    body = gradient("back", (0, "#7C81AC"), (1, THEME))
+    body += gradient("front", (0, "#A9ADD0"), (1, "#7E83AE"))
     body += '<path d="M1 13V3.5A1 1 0 0 1 2 2.5H6L7.5 4H13A1 1 0 0 1 14 5V13Z" fill="url(#back)"/>'
     body += '<path d="M3.2 6.5H15.2A.5 .5 0 0 1 15.7 7.1L14 13.5H1.2Z" fill="url(#front)"/>'
     yield GENERATED, "browse", svg(16, 16, body)
