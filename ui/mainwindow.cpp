@@ -17,6 +17,7 @@
 #include "ui_mainwindow.h"
 #include "webdatabase.h"
 
+#include <QApplication>
 #include <QClipboard>
 #include <QCloseEvent>
 #include <QContextMenuEvent>
@@ -25,6 +26,7 @@
 #include <QShortcut>
 #include <QTimer>
 #include <QUrl>
+#include <QWindow>
 
 static const int refreshInterval = 1000; // milliseconds
 static const int saveInterval = 30000;   // milliseconds
@@ -303,6 +305,10 @@ void MainWindow::showAgain()
     else
         show();
     activateWindow();
+    // Hidden only a moment ago: the focus has not been taken from it yet, so nothing will announce
+    // that it is active, and its widgets would take keys without having the focus.
+    if (windowHandle()->isActive() && !isActiveWindow())
+        QApplication::setActiveWindow(this);
 }
 
 void MainWindow::iconActivated(QSystemTrayIcon::ActivationReason reason)
