@@ -64,8 +64,18 @@ start_site() {
 
 copy() { printf '%s' "$1" | xclip -selection clipboard -in >/dev/null 2>&1; }
 
-# window_named TITLE: the id of the visible window with exactly that title.
-window_named() { xdotool search --onlyvisible --name "^$1\$" 2>/dev/null | head -n 1 | grep .; }
+# Whether the window manager has this window: not a tray's icon, a balloon or a menu.
+is_managed() { xprop -root _NET_CLIENT_LIST | tr -d , | grep -qw "$(printf '%#x' "$1")"; }
+
+# window_named TITLE: the id of the visible window with exactly that title. A tray's icon and balloons
+# bear the title of their window.
+window_named() {
+    local id
+    for id in $(xdotool search --onlyvisible --name "^$1\$" 2>/dev/null); do
+        is_managed "$id" && { echo "$id"; return; }
+    done
+    return 1
+}
 
 # press WINDOW KEY...: keys for a window, which gets the focus first.
 press() {
@@ -79,6 +89,50 @@ screenshot() { import -silent -window root "$1"; }
 
 data_folder() { printf '%s' "${XDG_DATA_HOME:-$HOME/.local/share}/Quarnitek/Corvane Reelkeeper"; }
 
+# Settings, data and videos of this script's own, and no bus: nothing of the person's is touched, and
+# nothing here can reach the services of the machine.
+use_private_folders() {
+    local name
+    for name in HOME XDG_CONFIG_HOME XDG_DATA_HOME XDG_RUNTIME_DIR XDG_CACHE_HOME TMPDIR; do
+        export "$name=$scratch/$name"
+        mkdir -p -m 700 "$scratch/$name"
+    done
+    export DBUS_SESSION_BUS_ADDRESS=unix:path=$scratch/none DBUS_SYSTEM_BUS_ADDRESS=unix:path=$scratch/none
+}
+
+# A session bus of this script's own; sets its address.
+start_bus() {
+    export DBUS_SESSION_BUS_ADDRESS=unix:path=$scratch/bus
+    dbus-daemon --session --nofork --nopidfile --address="$DBUS_SESSION_BUS_ADDRESS" \
+        >"$scratch/bus.log" 2>&1 &
+    children+=($!)
+    wait_until 10 "the session bus" test -S "$scratch/bus"
+}
+
+# start_program [ARGUMENTS...]: sets program, its process id.
+start_program() {
+    "$bin/reelkeeper" "$@" >"$scratch/program.log" 2>&1 &
+    program=$!
+    children+=($program)
+}
+# program_ends_with CODE
+program_ends_with() {
+    local code=0
+    wait "$program" 2>/dev/null || code=$?
+    [ $code -eq "$1" ] || die "ended with $code instead of $1: $(cat "$scratch/program.log")"
+}
+window_shown() { wait_until 30 "the window" window_named "Corvane Reelkeeper" || die "no window"; }
+
+# offer ADDRESS: copies it, and waits for the dialog that opens by itself.
+offer() {
+    copy "$1"
+    wait_until 20 "the dialog" window_named "Download Video" || die "no dialog for $1"
+}
+download() { # ADDRESS
+    offer "$1"
+    press "$(window_named "Download Video")" Return
+}
+
 # job_field COLUMN ID: one field of a stored job.
 job_field() {
     sqlite3 -readonly "$(data_folder)/Task.dat" \
@@ -88,3 +142,6 @@ last_job() {
     sqlite3 -readonly "$(data_folder)/Task.dat" \
         "select coalesce(max(id),0) from video_download" 2>/dev/null || echo 0
 }
+state_is() { [ "$(job_field video_state "$1")" = "$2" ]; }
+bytes_of() { stat -c %s "$(job_field video_mame "$1")"; }
+has_bytes() { [ "$(bytes_of "$1")" -gt "$2" ]; }

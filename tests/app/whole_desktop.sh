@@ -1,0 +1,134 @@
+#!/usr/bin/env bash
+# A day with the program on a desktop that has a tray: a conversion chosen by keyboard, balloons,
+# hiding and coming back, renaming, deleting, the exit question and the next start. The first run
+# meets a tray of embedded windows, the second one that speaks over the bus, with notifications.
+#   whole_desktop.sh BIN-FOLDER TRAY-HOST
+set -euo pipefail
+bin=$1 tray_host=$2
+. "$(dirname "$0")/../../scripts/desktop.sh"
+use_private_folders
+start_site 0 --media "$bin/demo-media" --rate 600000 || die "no site"
+export REELKEEPER_SITE_HOST=$site_host REELKEEPER_UPDATE_HOST=$site
+start_display || die "no display"
+start_bus || die "no session bus"
+title="Corvane Reelkeeper"
+
+# Visible windows that are not the window manager's: balloons and menus.
+popup() {
+    local id
+    for id in $(xdotool search --onlyvisible --classname '^reelkeeper$' 2>/dev/null); do
+        is_managed "$id" || [ "$(xdotool getwindowgeometry --shell "$id" | sed -n 's/WIDTH=//p')" -lt 100 ] ||
+            { echo "$id"; return; }
+    done
+    return 1
+}
+no() { ! "$@"; }
+tray_icon() { # embedded: deep inside other windows
+    xwininfo -root -tree | sed -n 's/^ \{12,\}\(0x[0-9a-f]*\) .*("reelkeeper".*/\1/p' | grep -m 1 .
+}
+click_tray() { # BUTTON
+    xdotool mousemove --window "$(tray_icon)" 11 11 click "$1"
+}
+job_ends() { wait_until 30 "job $1" state_is "$1" 3 || die "job $1 did not finish"; }
+answer() { # TITLE KEYS...: in the dialog of that title, which closes
+    local name=$1
+    shift
+    wait_until 10 "\"$name\"" window_named "$name" || die "no dialog \"$name\""
+    press "$(window_named "$name")" "$@"
+    wait_until 10 "the end of \"$name\"" no window_named "$name" || die "\"$name\" stays open"
+}
+
+say "A format chosen by keyboard converts, and a balloon says when it is done"
+trayer --edge bottom --align right --widthtype request --height 24 >"$scratch/trayer.log" 2>&1 &
+children+=($!)
+start_program
+window_shown
+wait_until 10 "the tray icon" tray_icon || die "no icon in the tray"
+offer "http://$site/watch?v=several-sizes"
+press "$(window_named "Download Video")" Tab Tab
+xdotool type "AVI"
+xdotool key Return
+wait_until 30 "the balloon" popup || die "no balloon for the finished video"
+job_ends 1
+file=$(job_field output_name 1)
+[ "$(basename "$file")" = "Several frame sizes.avi" ] || die "named $file"
+[ "$(head -c 4 "$file")" = RIFF ] || die "$file is no AVI"
+
+say "Closing hides into the tray, and a click on its icon shows the window again"
+wait_until 20 "the balloon's end" no popup || die "the balloon stays"
+press "$(window_named "$title")" alt+F4
+wait_until 10 "the window to go" no window_named "$title" || die "the window was not hidden"
+wait_until 10 "the balloon about the background" popup || die "the first hiding went unsaid"
+kill -0 "$program" || die "closing ended the program"
+click_tray 1
+window_shown
+
+say "F2 renames the video and its file"
+press "$(window_named "$title")" ctrl+Tab Tab Tab Down F2 # the list of the other tab
+xdotool type "A better name"
+xdotool key Return
+renamed=$(dirname "$file")/A\ better\ name.avi
+wait_until 10 "the renamed file" test -e "$renamed" || die "the file was not renamed"
+[ ! -e "$file" ] || die "the old name is still there"
+
+say "Delete takes a video off the list, and with the box checked its file as well"
+xdotool key Delete
+answer Delete Return
+[ -e "$renamed" ] || die "the file went with the entry"
+download "http://$site/watch?v=index-last"
+job_ends 2
+file=$(job_field output_name 2)
+wait_until 20 "the balloon" popup || die "no balloon for the second video" # the list has it by now
+press "$(window_named "$title")" Down Delete
+wait_until 10 "the question" window_named Delete || die "the second video is not in the list"
+answer Delete Tab Tab space Return # ends on the check box
+wait_until 10 "the file to go" test ! -e "$file" || die "$file was not deleted"
+
+say "The tray menu's Exit asks while a download runs; Cancel lets it run on"
+ask_to_exit() {
+    click_tray 3
+    wait_until 10 "the tray menu" popup || die "no tray menu"
+    xdotool key Up Return # the last of the menu
+}
+download "http://$site/watch?v=longer"
+wait_until 20 "some bytes" has_bytes 3 100000 || die "the download did not begin"
+wait_until 20 "the balloon's end" no popup || die "the balloon stays"
+ask_to_exit
+answer Exit Escape
+bytes=$(bytes_of 3)
+wait_until 10 "more bytes" has_bytes 3 $((bytes + 100000)) || die "the download stopped"
+ask_to_exit
+answer Exit Return
+program_ends_with 0
+state_is 3 0 || die "the running download was not kept"
+[ -z "$(job_field id 1)$(job_field id 2)" ] || die "deleted videos are still in the list"
+
+say "The next start goes on with the download; on this desktop the balloon is a notification"
+printf '[all]\nsummary = "*"\nscript = %s\n' "$scratch/notified" >"$scratch/dunstrc"
+printf '#!/bin/sh\nprintf "%%s: %%s\\n" "$2" "$3" >>%s\n' "$scratch/notes" >"$scratch/notified"
+chmod +x "$scratch/notified"
+dunst -conf "$scratch/dunstrc" >"$scratch/dunst.log" 2>&1 &
+children+=($!)
+"$tray_host" >"$scratch/tray" &
+children+=($!)
+wait_until 10 "the tray" grep -q ready "$scratch/tray" || die "no tray on the bus"
+bytes=$(bytes_of 3)
+start_program -hide
+wait_until 20 "the tray icon" grep -q icon "$scratch/tray" || die "no icon in the bus's tray"
+wait_until 20 "more bytes" has_bytes 3 $((bytes + 100000)) || die "the download did not go on"
+! window_named "$title" || die "-hide showed the window"
+icon() { # METHOD ARGUMENTS...: of the icon on the bus
+    local method=$1
+    shift
+    dbus-send --print-reply --dest="$(sed -n 's/^icon [^ ]* //p' "$scratch/tray")" \
+        /StatusNotifierItem "org.kde.StatusNotifierItem.$method" "$@" >"$scratch/reply"
+}
+icon Activate int32:0 int32:0
+window_shown
+job_ends 3
+expected="Download Finished: The video \"$(job_field title 3)\" is  completed."
+wait_until 20 "the notification" grep -qxF "$expected" "$scratch/notes" ||
+    die "not notified: $expected"
+kill -TERM "$program"
+program_ends_with 0
+say "1 passed, 0 failed"
