@@ -29,6 +29,9 @@ tray_icon() { # embedded: deep inside other windows
 click_tray() { # BUTTON
     xdotool mousemove --window "$(tray_icon)" 11 11 click "$1"
 }
+click_at() { # X Y in the main window
+    xdotool mousemove --window "$(window_named "$title")" "$1" "$2" click 1
+}
 job_ends() { wait_until 30 "job $1" state_is "$1" 3 || die "job $1 did not finish"; }
 answer() { # TITLE KEYS...: in the dialog of that title, which closes
     local name=$1
@@ -38,16 +41,20 @@ answer() { # TITLE KEYS...: in the dialog of that title, which closes
     wait_until 10 "the end of \"$name\"" no window_named "$name" || die "\"$name\" stays open"
 }
 
+download_as() { # BEGIN-OF-FORMAT ADDRESS
+    offer "$2"
+    press "$(window_named "Download Video")" Tab Tab
+    xdotool type "$1"
+    xdotool key Return
+}
+
 say "A format chosen by keyboard converts, and a balloon says when it is done"
 trayer --edge bottom --align right --widthtype request --height 24 >"$scratch/trayer.log" 2>&1 &
 children+=($!)
 start_program
 window_shown
 wait_until 10 "the tray icon" tray_icon || die "no icon in the tray"
-offer "http://$site/watch?v=several-sizes"
-press "$(window_named "Download Video")" Tab Tab
-xdotool type "AVI"
-xdotool key Return
+download_as AVI "http://$site/watch?v=several-sizes"
 wait_until 30 "the balloon" popup || die "no balloon for the finished video"
 job_ends 1
 file=$(job_field output_name 1)
@@ -64,7 +71,9 @@ click_tray 1
 window_shown
 
 say "F2 renames the video and its file"
-press "$(window_named "$title")" ctrl+Tab Tab Tab Down F2 # the list of the other tab
+click_at 180 15  # the other tab
+click_at 100 112 # its first row
+xdotool key F2
 xdotool type "A better name"
 xdotool key Return
 renamed=$(dirname "$file")/A\ better\ name.avi
@@ -78,10 +87,12 @@ answer Delete Return
 download "http://$site/watch?v=index-last"
 job_ends 2
 file=$(job_field output_name 2)
-wait_until 20 "the balloon" popup || die "no balloon for the second video" # the list has it by now
-press "$(window_named "$title")" Down Delete
-wait_until 10 "the question" window_named Delete || die "the second video is not in the list"
-answer Delete Tab Tab space Return # ends on the check box
+stored() { # WHAT [CONDITION]
+    sqlite3 -readonly "$(data_folder)/Task.dat" "select $1 from video_download where id>0 ${2:-}"
+}
+delete_first() { click_at 100 112 && xdotool key Delete && sleep 0.3 && window_named Delete; }
+wait_until 10 "the question" delete_first || die "the second video is not in the list"
+answer Delete space Return # the focus is on the check box
 wait_until 10 "the file to go" test ! -e "$file" || die "$file was not deleted"
 
 say "The tray menu's Exit asks while a download runs; Cancel lets it run on"
@@ -90,18 +101,22 @@ ask_to_exit() {
     wait_until 10 "the tray menu" popup || die "no tray menu"
     xdotool key Up Return # the last of the menu
 }
-download "http://$site/watch?v=longer"
-wait_until 20 "some bytes" has_bytes 3 100000 || die "the download did not begin"
+download_as As "http://$site/watch?v=longer"
+partial() { stat -c %s "$(find "$HOME" -name '{*}.mp4')"; } # of the running download, in bytes
+partial_has() { [ "$(partial)" -gt "$1" ]; }
+running_job() { job=$(stored id "and video_state=0") && [ -n "$job" ]; }
+wait_until 20 "the job" running_job || die "the download is not in the list"
+wait_until 20 "some bytes" partial_has 100000 || die "the download did not begin"
 wait_until 20 "the balloon's end" no popup || die "the balloon stays"
 ask_to_exit
 answer Exit Escape
-bytes=$(bytes_of 3)
-wait_until 10 "more bytes" has_bytes 3 $((bytes + 100000)) || die "the download stopped"
+bytes=$(partial)
+wait_until 10 "more bytes" partial_has $((bytes + 100000)) || die "the download stopped"
 ask_to_exit
 answer Exit Return
 program_ends_with 0
-state_is 3 0 || die "the running download was not kept"
-[ -z "$(job_field id 1)$(job_field id 2)" ] || die "deleted videos are still in the list"
+state_is "$job" 0 || die "the running download was not kept"
+[ "$(stored "count(*)")" -eq 1 ] || die "deleted videos are still in the list"
 
 say "The next start goes on with the download; on this desktop the balloon is a notification"
 printf '[all]\nsummary = "*"\nscript = %s\n' "$scratch/notified" >"$scratch/dunstrc"
@@ -112,10 +127,10 @@ children+=($!)
 "$tray_host" >"$scratch/tray" &
 children+=($!)
 wait_until 10 "the tray" grep -q ready "$scratch/tray" || die "no tray on the bus"
-bytes=$(bytes_of 3)
+bytes=$(partial)
 start_program -hide
 wait_until 20 "the tray icon" grep -q icon "$scratch/tray" || die "no icon in the bus's tray"
-wait_until 20 "more bytes" has_bytes 3 $((bytes + 100000)) || die "the download did not go on"
+wait_until 20 "more bytes" partial_has $((bytes + 100000)) || die "the download did not go on"
 ! window_named "$title" || die "-hide showed the window"
 icon() { # METHOD ARGUMENTS...: of the icon on the bus
     local method=$1
@@ -125,8 +140,8 @@ icon() { # METHOD ARGUMENTS...: of the icon on the bus
 }
 icon Activate int32:0 int32:0
 window_shown
-job_ends 3
-expected="Download Finished: The video \"$(job_field title 3)\" is  completed."
+job_ends "$job"
+expected="Download Finished: The video \"$(job_field title "$job")\" is  completed."
 wait_until 20 "the notification" grep -qxF "$expected" "$scratch/notes" ||
     die "not notified: $expected"
 kill -TERM "$program"
