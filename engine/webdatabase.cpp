@@ -42,14 +42,20 @@ bool putAside(const QString &path)
 }
 
 // What SQLite says of a file that holds no database, or a broken one. Every other failure (locked,
-// no permission, a failing disk, no memory) may be over the next time.
+// no permission, full, a failing disk, no memory) may be over the next time.
 bool meansDamage(const QSqlError &error)
 {
-    constexpr int genericError = 1;
     constexpr int corrupt = 11;
     constexpr int notADatabase = 26;
     const int code = error.nativeErrorCode().toInt() & 0xff;
-    return code == genericError || code == corrupt || code == notADatabase;
+    return code == corrupt || code == notADatabase;
+}
+
+// A file of another format, or a table with other columns.
+bool meansForeign(const QSqlError &error)
+{
+    constexpr int genericError = 1;
+    return error.nativeErrorCode().toInt() == genericError;
 }
 
 } // namespace
@@ -116,8 +122,8 @@ bool WebDatabase::OpenDatabaseFile(const QString &path)
     // The driver opens anything, and lists no tables where it cannot read.
     QSqlQuery look(m_db);
     if (!look.exec(QStringLiteral("SELECT count(*) FROM sqlite_master"))) {
-        m_damaged = meansDamage(look.lastError());
         LogError(QStringLiteral("OpenDatabaseFile() return false"), look.lastError());
+        m_damaged = m_damaged || meansForeign(look.lastError());
         return false;
     }
     look.finish();
@@ -165,11 +171,16 @@ bool WebDatabase::WriteVersion()
 
 bool WebDatabase::DeleteAll()
 {
-    return QSqlQuery(m_db).exec(QStringLiteral("DELETE FROM video_download"));
+    QSqlQuery query(m_db);
+    if (query.exec(QStringLiteral("DELETE FROM video_download")))
+        return true;
+    LogError(QStringLiteral("DeleteAll() return false"), query.lastError());
+    return false;
 }
 
 void WebDatabase::LogError(const QString &message, const QSqlError &error)
 {
+    m_damaged = meansDamage(error);
     writeError(message + error.text());
 }
 
@@ -182,8 +193,8 @@ bool WebDatabase::Read(DownloaderManager *manager)
             "video_dimension,video_state,video_type,video_mame,download_bytes,total_bytes,duration,"
             "output_format,output_name,output_demision,guid,download_time,quality_index,spend_time "
             "FROM video_download"))) {
-        m_damaged = meansDamage(query.lastError());
         LogError(QStringLiteral("WebDatabase::Read() return false"), query.lastError());
+        m_damaged = m_damaged || meansForeign(query.lastError());
         return false;
     }
     // The first row is the version row, whatever it holds.
@@ -197,7 +208,6 @@ bool WebDatabase::Read(DownloaderManager *manager)
     }
     // A page that cannot be read ends the rows as if there were no more of them.
     if (query.lastError().isValid()) {
-        m_damaged = meansDamage(query.lastError());
         LogError(QStringLiteral("WebDatabase::Read() return false"), query.lastError());
         return false;
     }
@@ -219,20 +229,45 @@ bool WebDatabase::Save(DownloaderManager *manager, int patience)
     if (!m_db.isOpen())
         return false;
     QSqlQuery(m_db).exec(QStringLiteral("PRAGMA busy_timeout=%1").arg(patience));
+    if (WriteAll(manager))
+        return true;
+    // Damage that did not show when the list was read; all of it is in memory.
+    return m_damaged && Recreate() && WriteAll(manager);
+}
+
+// A row may fail for reasons of its own; rows that a broken file did not take must not be committed
+// away.
+bool WebDatabase::IsSound(const DownloaderManager *manager)
+{
+    int rows = 1;
+    for (const auto &job : manager->jobs())
+        rows += job->removed ? 0 : 1;
+    QSqlQuery query(m_db);
+    if (query.exec(QStringLiteral("SELECT count(*) FROM video_download")) && query.next() &&
+        query.value(0).toInt() == rows)
+        return true;
+    return query.exec(QStringLiteral("PRAGMA quick_check(1)")) && query.next() &&
+           query.value(0).toString() == QLatin1String("ok");
+}
+
+bool WebDatabase::WriteAll(DownloaderManager *manager)
+{
+    m_damaged = false;
     // The rows of the last save stay unless all of the new ones are there.
     if (!m_db.transaction()) {
         LogError(QStringLiteral("WebDatabase::Save() return false"), m_db.lastError());
         return false;
     }
     if (!DeleteAll() || !WriteVersion()) {
-        writeError(QStringLiteral("WebDatabase::Save() return false"));
         m_db.rollback();
         return false;
     }
     manager->saveAll(); // logs the rows that failed
-    if (m_db.commit())
+    const bool sound = IsSound(manager);
+    if (sound && m_db.commit())
         return true;
     LogError(QStringLiteral("WebDatabase::Save() return false"), m_db.lastError());
+    m_damaged = m_damaged || !sound;
     m_db.rollback();
     return false;
 }

@@ -36,6 +36,8 @@ private:
     bool CreateDatabaseFile(const QString &path);
     bool WriteVersion();
     bool DeleteAll();
+    bool WriteAll(DownloaderManager *manager);
+    bool IsSound(const DownloaderManager *manager);
     void LogError(const QString &message, const QSqlError &error);
 
     qint32 m_writtenVersion = 0;
