@@ -5,6 +5,7 @@
 #include <QTcpServer>
 
 #include <atomic>
+#include <future>
 
 namespace {
 struct Route
@@ -73,10 +74,17 @@ public:
     template <typename Function>
     void inThread(Function function)
     {
-        if (QThread::currentThread() == &thread)
+        if (QThread::currentThread() == &thread) {
             function();
-        else
-            QMetaObject::invokeMethod(context.get(), function, Qt::BlockingQueuedConnection);
+            return;
+        }
+        std::promise<void> done;
+        const auto call = [&] {
+            function();
+            done.set_value();
+        };
+        QMetaObject::invokeMethod(context.get(), call, Qt::QueuedConnection);
+        done.get_future().wait();
     }
     void accept(qintptr descriptor);
     HttpResponse lookUp(const HttpRequest &request);
