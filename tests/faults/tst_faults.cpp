@@ -1,0 +1,420 @@
+#include "downloadermanager.h"
+#include "enginefixture.h"
+#include "literals.h"
+#include "options.h"
+#include "testmain.h"
+#include "webdatabase.h"
+
+#include <QSignalSpy>
+#include <QSqlQuery>
+
+#include <sys/resource.h>
+
+#include <csignal>
+#include <random>
+#include <unistd.h>
+
+namespace {
+
+constexpr qint64 size = 300000;
+constexpr qint64 half = 150000;
+
+HttpResponse with(HttpResponse response, const std::function<void(HttpResponse &)> &change)
+{
+    change(response);
+    return response;
+}
+
+HttpResponse partial(qint64 first, qint64 bytes, const QByteArray &contentRange)
+{
+    HttpResponse response = HttpResponse::text(QByteArray(), "video/mp4");
+    for (qint64 i = 0; i < bytes; ++i)
+        response.body += patternByte(first + i);
+    response.status = 206;
+    response.honourRange = false;
+    if (!contentRange.isEmpty())
+        response.headers = {{"Content-Range", contentRange}};
+    return response;
+}
+
+// While it lives no file of this process may grow beyond that size, as on a full disk.
+class FullDisk final
+{
+public:
+    explicit FullDisk(rlim_t bytes)
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit{bytes, m_before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &m_before); }
+
+private:
+    rlimit m_before{};
+};
+
+// While it lives permissions count, also when the test is run by root.
+class Unprivileged final
+{
+public:
+    Unprivileged() { m_changed = m_before == 0 && seteuid(65534) == 0; }
+    ~Unprivileged()
+    {
+        if (m_changed && seteuid(m_before) != 0)
+            abort();
+    }
+
+private:
+    uid_t m_before = geteuid();
+    bool m_changed = false;
+};
+
+} // namespace
+
+using Answers = QList<HttpResponse>;
+Q_DECLARE_METATYPE(Answers)
+
+class FaultsTest : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit FaultsTest(Sandbox &sandbox)
+        : m_sandbox(sandbox)
+        , m_site(sandbox)
+    {
+    }
+
+private slots:
+    void init()
+    {
+        m_sandbox.loadOptions(true);
+        m_site.clear();
+        QDir data(Options::instance()->appDataPath());
+        for (const QString &name : data.entryList({"Task.dat*"_q}))
+            data.remove(name);
+        m_path = data.filePath("Task.dat"_q);
+    }
+    void cleanup() { WebDatabase::destroyInstance(); }
+
+    void answers_data()
+    {
+        QTest::addColumn<Answers>("answers"); // the last one for ever
+        QTest::addColumn<bool>("resumed");
+        QTest::addColumn<bool>("succeeds");
+        const HttpResponse whole = EngineFixture::stream(size);
+        const HttpResponse closed = with(whole, [](auto &r) { r.closeBeforeHeaders = true; });
+        const HttpResponse packed = with(whole, [](auto &r) {
+            r.headers = {{"Content-Encoding", "gzip"}};
+        });
+        const HttpResponse tooLong = with(whole, [](auto &r) {
+            r.declaredLength = size + 100;
+            r.bytesPerSecond = 3000000;
+        });
+        const HttpResponse page = HttpResponse::text("<html>Log in first</html>");
+
+        QTest::newRow("reset before the head") << Answers{closed, closed, whole} << false << true;
+        QTest::newRow("206 of everything")
+            << Answers{partial(0, size, "bytes 0-299999/300000")} << false << true;
+        QTest::newRow("206 from the middle")
+            << Answers{partial(half, half, "bytes 150000-299999/300000"), whole} << false << true;
+        QTest::newRow("416") << Answers{HttpResponse::error(416), whole} << false << true;
+        QTest::newRow("503") << Answers{HttpResponse::error(503), whole} << false << true;
+        QTest::newRow("403") << Answers{HttpResponse::error(403)} << false << false;
+        QTest::newRow("redirect") << Answers{HttpResponse::redirect("/x")} << false << false;
+        QTest::newRow("length too large") << Answers{tooLong, whole} << false << true;
+        QTest::newRow("packed") << Answers{packed, whole} << false << true;
+        QTest::newRow("packed for ever") << Answers{packed} << false << false;
+
+        QTest::newRow("reset, resumed") << Answers{closed, closed, whole} << true << true;
+        QTest::newRow("packed, resumed") << Answers{packed, whole} << true << true;
+        QTest::newRow("500, resumed") << Answers{HttpResponse::error(500), whole} << true << true;
+        QTest::newRow("404, resumed") << Answers{HttpResponse::error(404)} << true << false;
+        QTest::newRow("page, resumed") << Answers{page} << true << false;
+        QTest::newRow("206 that says no range")
+            << Answers{partial(half, half, QByteArray()), whole} << true << true;
+        QTest::newRow("206 with a broken range")
+            << Answers{partial(half, half, "bytes 150000/300000"), whole} << true << true;
+        QTest::newRow("206 longer than the whole")
+            << Answers{partial(half, half + 50, "bytes 150000-300049/300000"), whole} << true
+            << true;
+        QTest::newRow("206 of another file")
+            << Answers{partial(half, half, "bytes 150000-299999/300001"), whole} << true << true;
+    }
+
+    void answers()
+    {
+        QFETCH(Answers, answers);
+        QFETCH(bool, resumed);
+        QFETCH(bool, succeeds);
+        m_site.server.setResponses("/stream", answers);
+        const auto job = resumed ? m_site.interruptedJob(half, half, size) : m_site.newJob();
+        job->start();
+        QTRY_VERIFY(!job->isRunning());
+        QCOMPARE(job->record.video_state, succeeds ? JobState::Finished : JobState::Errored);
+        QCOMPARE(m_site.outputFiles(), succeeds ? QStringList{"Clip.mp4"_q} : QStringList());
+        if (succeeds)
+            QVERIFY(isPattern(job->record.output_name, size));
+        if (answers.first().headers.value(0).second == "gzip")
+            QVERIFY(m_sandbox.logLines().contains("Download:Failed(Content-Encoding gzip)"_q));
+    }
+
+    void cutAfterEveryByteCount()
+    {
+        constexpr int length = 20000;
+        constexpr int step = 199;
+        QSet<QByteArray> seen; // server's thread
+        m_site.server.setHandler("/stream", [&](const HttpRequest &request) {
+            HttpResponse response = EngineFixture::stream(length);
+            if (!seen.contains(request.target)) {
+                seen.insert(request.target);
+                response.cutAfter = request.target.mid(request.target.indexOf('=') + 1).toInt();
+            }
+            return response;
+        });
+        WebDatabase::instance()->Init();
+        DownloaderManager manager(EngineFixture::quickRetries());
+        for (int cut = 0; cut < length; cut += step) {
+            VideoInfo info = m_site.info();
+            info.streams[0].videoAddress += "?cut=%1"_q.arg(cut);
+            manager.addJob(info);
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(manager.allFinished(), 60000);
+        for (const auto &job : manager.jobs())
+            QVERIFY(isPattern(job->record.output_name, length));
+    }
+
+    void silentServer_data()
+    {
+        QTest::addColumn<QByteArray>("path");
+        QTest::addColumn<qint64>("stallAfter"); // -1: before the head
+        QTest::newRow("cookies") << QByteArray("/watch") << -1LL;
+        QTest::newRow("stream") << QByteArray("/stream") << -1LL;
+        QTest::newRow("in the stream") << QByteArray("/stream") << half;
+    }
+
+    void silentServer()
+    {
+        QFETCH(QByteArray, path);
+        QFETCH(qint64, stallAfter);
+        const HttpResponse whole = EngineFixture::stream(size);
+        m_site.server.setResponse("/stream", whole);
+        HttpResponse page = HttpResponse::text("<html></html>");
+        page.headers = {{"Set-Cookie", "id=1"}};
+        HttpResponse silent = whole;
+        silent.stallAfter = stallAfter;
+        silent.stallBeforeHeaders = stallAfter < 0;
+        m_site.server.setResponses(path, {silent, path == "/watch" ? page : whole});
+        HttpJob job(RetryDelays{30, 5, 200});
+        job.init(m_site.info(), 1);
+        job.start();
+        QTRY_COMPARE(job.record.video_state, JobState::Finished);
+        QVERIFY(isPattern(job.record.output_name, size));
+        QVERIFY(m_sandbox.logLines().contains("Download:Failed(restart 0 times)"_q));
+    }
+
+    void slowIsNotSilent()
+    {
+        HttpResponse slow = EngineFixture::stream(9000);
+        slow.bytesPerSecond = 9000;
+        m_site.server.setResponse("/stream", slow);
+        HttpJob job(RetryDelays{30, 5, 400});
+        job.init(m_site.info(), 1);
+        job.start();
+        QTRY_COMPARE(job.record.video_state, JobState::Finished);
+        QVERIFY(isPattern(job.record.output_name, 9000));
+        QCOMPARE(m_site.server.requests("/stream").size(), 1);
+    }
+
+    void sourceDeletedBehindTheTransfer()
+    {
+        HttpResponse slow = EngineFixture::stream(size);
+        slow.bytesPerSecond = 600000;
+        m_site.server.setResponses("/stream", {slow, EngineFixture::stream(size)});
+        const auto job = m_site.newJob();
+        job->start();
+        QTRY_VERIFY(job->record.download_bytes > 1000);
+        QVERIFY(QFile::remove(job->record.video_mame));
+        QTRY_COMPARE(job->record.video_state, JobState::Finished);
+        QVERIFY(isPattern(job->record.output_name, size));
+    }
+
+    void fullDisk()
+    {
+        m_site.server.setResponse("/stream", EngineFixture::stream(size));
+        QVERIFY(WebDatabase::instance()->Init());
+        DownloaderManager manager;
+        addStoredJobs(&manager, 10);
+        QVERIFY(WebDatabase::instance()->Save(&manager));
+        const auto job = m_site.newJob();
+        {
+            const FullDisk full(half);
+            job->start();
+            QTRY_COMPARE(job->record.video_state, JobState::Errored);
+            QCOMPARE(m_site.outputFiles(), QStringList());
+            addStoredJobs(&manager, 400);
+            QVERIFY(!WebDatabase::instance()->Save(&manager));
+            QCOMPARE(storedIds().size(), 10);
+        }
+        job->start();
+        QTRY_COMPARE(job->record.video_state, JobState::Finished);
+        QVERIFY(isPattern(job->record.output_name, size));
+        QVERIFY(WebDatabase::instance()->Save(&manager));
+    }
+
+    void lockedJobList()
+    {
+        const QByteArray before = storeJobs(20);
+        {
+            QSqlDatabase other = QSqlDatabase::addDatabase("QSQLITE"_q, "other"_q);
+            other.setDatabaseName(m_path);
+            QVERIFY(other.open() && QSqlQuery(other).exec("BEGIN EXCLUSIVE"_q));
+            QVERIFY(!WebDatabase::instance()->Init());
+            QVERIFY(!WebDatabase::instance()->Recreate());
+            other.close();
+        }
+        QSqlDatabase::removeDatabase("other"_q);
+        QCOMPARE(readFile(m_path), before);
+        QCOMPARE(storedIds().size(), 20);
+    }
+
+    void forbiddenJobList_data()
+    {
+        QTest::addColumn<bool>("readable");
+        QTest::newRow("read-only") << true;
+        QTest::newRow("not readable") << false;
+    }
+
+    void forbiddenJobList()
+    {
+        QFETCH(bool, readable);
+        const QByteArray before = storeJobs(20);
+        const auto some = QFile::ReadOwner | QFile::ReadGroup | QFile::ReadOther;
+        QVERIFY(QFile::setPermissions(m_path, readable ? some : QFile::Permissions()));
+        for (QDir dir(QFileInfo(m_path).path()); dir.path().startsWith(m_sandbox.path());
+             dir.setPath(QFileInfo(dir.path()).path()))
+            QVERIFY(QFile::setPermissions(dir.path(), some | QFile::ExeOwner | QFile::WriteOwner |
+                                                          QFile::ExeGroup | QFile::ExeOther));
+        {
+            const Unprivileged user;
+            QCOMPARE(WebDatabase::instance()->Init(), readable);
+            DownloaderManager manager;
+            QCOMPARE(WebDatabase::instance()->Read(&manager), readable);
+            QCOMPARE(manager.jobs().size(), std::size_t(readable ? 20 : 0));
+            QVERIFY(!WebDatabase::instance()->Save(&manager));
+        }
+        QVERIFY(QFile::setPermissions(m_path, QFile::ReadOwner | QFile::WriteOwner));
+        QCOMPARE(readFile(m_path), before);
+        QCOMPARE(storedIds().size(), 20);
+    }
+
+    // Either every job is still there, or the whole file is, beside a list that works.
+    void damagedJobList_data()
+    {
+        QTest::addColumn<bool>("truncated");
+        QTest::newRow("truncated at every page") << true;
+        QTest::newRow("noise in every page") << false;
+    }
+
+    void damagedJobList()
+    {
+        QFETCH(bool, truncated);
+        constexpr int pageSize = 4096;
+        const QByteArray intact = storeJobs(120);
+        QVERIFY(intact.size() > 8 * pageSize);
+        std::mt19937 random(1);
+        for (int at = 0; at < intact.size(); at += pageSize) {
+            WebDatabase::destroyInstance();
+            QByteArray damaged = truncated ? intact.left(at) : intact;
+            for (int i = 0; !truncated && i < 200; ++i)
+                damaged[at + int(random() % pageSize)] = char(random());
+            QVERIFY(writeFile(m_path, damaged));
+            WebDatabase *database = WebDatabase::instance();
+            QVERIFY(database->Init());
+            DownloaderManager manager;
+            if (!database->Read(&manager))
+                QVERIFY(database->Recreate());
+            QVERIFY(database->Save(&manager));
+            const QString aside = m_path + ".damaged"_q;
+            if (QFile::exists(aside))
+                QCOMPARE(readFile(aside), damaged);
+            else if (truncated)
+                QCOMPARE(manager.jobs().size(), std::size_t(120));
+            QFile::remove(aside);
+            QCOMPARE(storedIds().size(), int(manager.jobs().size()));
+        }
+    }
+
+    void changesAreToldOnce()
+    {
+        QVERIFY(WebDatabase::instance()->Init());
+        HttpResponse slow = EngineFixture::stream(size);
+        slow.bytesPerSecond = 1000;
+        m_site.server.setResponse("/stream", slow);
+        DownloaderManager manager(EngineFixture::quickRetries());
+        QSignalSpy changed(&manager, &DownloaderManager::sigJobsChanged);
+        const std::function<void()> actions[] = {
+            [&] {
+                for (int i = 0; i < 20; ++i)
+                    manager.addJob(m_site.info());
+            },
+            [&] { manager.pauseAll(); },
+            [&] { manager.startJob(1); },
+            [&] {
+                manager.removeJob(3, true);
+                manager.removeJob(4, false);
+            },
+            [&] { manager.findJob(1)->onDownloadError(404 - 200); }, // ends it
+        };
+        int expected = 0;
+        for (const auto &action : actions) {
+            action();
+            QCOMPARE(changed.count(), expected);
+            QVERIFY(changed.wait());
+            QCOMPARE(changed.count(), ++expected);
+        }
+    }
+
+private:
+    void addStoredJobs(DownloaderManager *manager, int count) const
+    {
+        const int first = int(manager->jobs().size()) + 1;
+        for (int i = 0; i < count; ++i) {
+            auto job = manager->newJob();
+            job->init(m_site.info(QString(300, QLatin1Char('t'))), first + i);
+            job->record.video_state = JobState::Stopped;
+            manager->addLoadedJob(std::move(job));
+        }
+    }
+
+    // Leaves a closed file with that many jobs, and hands out its bytes.
+    QByteArray storeJobs(int count) const
+    {
+        if (WebDatabase::instance()->Init()) {
+            DownloaderManager manager;
+            addStoredJobs(&manager, count);
+        }
+        return readFile(m_path);
+    }
+
+    QList<int> storedIds() const
+    {
+        WebDatabase::destroyInstance();
+        QList<int> ids;
+        if (!WebDatabase::instance()->Init())
+            return ids;
+        QSqlQuery query("SELECT id FROM video_download"_q);
+        query.next(); // the version row
+        while (query.next())
+            ids << query.value(0).toInt();
+        return ids;
+    }
+
+    Sandbox &m_sandbox;
+    EngineFixture m_site;
+    QString m_path;
+};
+
+REELKEEPER_TEST_MAIN(FaultsTest)
+#include "tst_faults.moc"
