@@ -82,7 +82,6 @@ void DlgNewDownload::setUpForm()
     m_ui->setupUi(this);
     setWindowIcon(QIcon(QStringLiteral(":/png/GeneratedFiles/mainframe_mediu.png")));
     setFixedDialogFlags(this);
-    setFixedSize(size());
     setAttribute(Qt::WA_QuitOnClose, false);
     m_ui->label->setText(
         m_ui->label->text().arg(QStringLiteral("http://%1/watch?v=8rWkWx2yVhE")
