@@ -2,6 +2,7 @@
 
 #include "encodercommand.h"
 #include "jobdata.h"
+#include "logfile.h"
 #include "trace.h"
 
 static constexpr int processWaitMs = 30000;
@@ -114,8 +115,9 @@ void Encoder::handleLine(const QByteArray &line)
         return;
     const QString text = QString::fromLocal8Bit(line);
     TRACE() << text;
-    if (m_job.video_state == JobState::Start && !m_stoppedByUser)
-        parseProgress(text);
+    const bool counts = m_job.video_state == JobState::Start && !m_stoppedByUser;
+    if (!counts || !parseProgress(text))
+        m_lastMessage = text;
 }
 
 void Encoder::onStart()
@@ -145,7 +147,15 @@ void Encoder::onFinished(int exitCode, QProcess::ExitStatus exitStatus)
     if (exitStatus == QProcess::NormalExit && exitCode == 0)
         announceEnd(&Encoder::convertFinished, 0);
     else
-        announceEnd(&Encoder::convertErrored, 1);
+        announceFailure();
+}
+
+void Encoder::announceFailure()
+{
+    // What the encoder said last is mostly why; nobody else keeps it.
+    if (!m_stoppedByUser && !m_lastMessage.isEmpty())
+        LogFile::instance()->write(QStringLiteral("Convert:"), m_lastMessage);
+    announceEnd(&Encoder::convertErrored, 1);
 }
 
 // The receiver deletes the encoder, so this waits until the process is done with its own signal.

@@ -53,12 +53,14 @@ protected:
 
 private:
     void handleLine(const QByteArray &line);
+    void announceFailure();
     void announceEnd(void (Encoder::*signal)(int), int code);
 
     JobData &m_job;
     QString m_arguments;
     QProcess m_EncodeProcess;
     QByteArray m_unfinishedLine;
+    QString m_lastMessage;       // the last line that told no progress
     bool m_inputRefused = false; // the child closed its end
     bool m_stoppedByUser = false;
     bool m_ended = false;

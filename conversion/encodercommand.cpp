@@ -64,7 +64,8 @@ QString frameSizeArgument(const QString &source, const QString &target)
 static QString sizeWord(const QString &source)
 {
     const bool oneWord =
-        !source.isEmpty() && std::none_of(source.cbegin(), source.cend(), [](QChar letter) {
+        !source.isEmpty() && !source.startsWith(QLatin1Char('-')) &&
+        std::none_of(source.cbegin(), source.cend(), [](QChar letter) {
             return letter.isSpace() || letter == QLatin1Char('"') || !letter.isPrint();
         });
     return oneWord ? source : QStringLiteral("0x0");

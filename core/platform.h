@@ -42,6 +42,9 @@ QString documentsFolder(); // empty when there is none
 QString videosFolder();
 QString applicationDataFolder();
 
+// True when the file was there and is gone. The room of a large file is given back in the
+// background. Any thread.
+bool removeFile(const QString &path);
 bool openFolder(const QString &path);
 // What came of opening a file with the program of its type.
 enum class OpenResult { Opened, NoProgram, Failed };

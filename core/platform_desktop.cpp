@@ -16,9 +16,11 @@
 #include <QMimeDatabase>
 #include <QPointer>
 #include <QProcess>
+#include <QRunnable>
 #include <QSocketNotifier>
 #include <QStandardPaths>
 #include <QThread>
+#include <QThreadPool>
 #include <QTimer>
 #include <QUrl>
 #include <QUuid>
@@ -188,6 +190,17 @@ QString platform::videosFolder()
 QString platform::applicationDataFolder()
 {
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+}
+
+bool platform::removeFile(const QString &path)
+{
+    // Taking a name away is quick; giving back the blocks of gigabytes is not, and happens when the
+    // last one who has the file open closes it.
+    const int handle = open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    const bool removed = QFile::remove(path);
+    if (handle >= 0)
+        QThreadPool::globalInstance()->start(QRunnable::create([handle] { close(handle); }));
+    return removed;
 }
 
 bool platform::openFolder(const QString &path)

@@ -36,7 +36,11 @@ static void readSize(const std::string &text, Frame &frame)
         return;
     const std::string width = text.substr(0, cross);
     const std::string height = text.substr(cross + 1);
-    if (isNumber(width) && isNumber(height) && std::stoi(width) > 0 && std::stoi(height) > 0) {
+    const auto isLength = [](const std::string &number) {
+        return isNumber(number) && number.size() <= 4 && std::stoi(number) > 0;
+    };
+    // The size comes from a site: what no screen has is no size.
+    if (isLength(width) && isLength(height)) {
         frame.width = std::stoi(width);
         frame.height = std::stoi(height);
     }

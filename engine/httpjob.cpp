@@ -207,7 +207,11 @@ void HttpJob::prepareConversion()
     }
     if (record.output_format == 0 || m_encoder)
         return;
+    const QString before = record.output_name;
     m_encoder = OutputProfileManager::instance()->createEncoder(record);
+    // The folder or the name may have changed since the last attempt wrote a part of it.
+    if (m_encoder && before.contains(record.guid) && before != record.output_name)
+        platform::removeFile(before);
     if (!m_encoder) {
         TRACE() << "Create Encoder Failed!";
         onConvertError(ConversionNotStarted);

@@ -5,6 +5,7 @@
 #include "downloaderror.h"
 #include "jobrecord.h"
 #include "logfile.h"
+#include "platform.h"
 #include "texts.h"
 #include "trace.h"
 
@@ -202,6 +203,10 @@ int HttpTask::createSource(const QString &contentType)
     m_file->setFileName(path);
     if (!m_file->open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
         return FileError;
+    // The type or the folder may have changed since the last attempt.
+    const QString before = m_record.video_mame;
+    if (!before.isEmpty() && before != path)
+        platform::removeFile(before);
     m_record.video_mame = path;
     return 0;
 }

@@ -7,6 +7,7 @@
 #include "options.h"
 #include "outputprofilemanager.h"
 #include "pageanalysis.h"
+#include "platform.h"
 #include "texts.h"
 #include "trace.h"
 
@@ -27,7 +28,7 @@ QString stored(const QString &text)
 
 bool removeFile(const QString &path)
 {
-    return !path.isEmpty() && QFile::remove(path);
+    return !path.isEmpty() && platform::removeFile(path);
 }
 
 // The statement as it reads with its values, for the log; the values themselves are bound.
@@ -188,7 +189,8 @@ QString JobRecord::stateIcon() const
 bool JobRecord::finalizeOutput()
 {
     if (output_format != 0) {
-        if (Options::instance()->deleteTempFile)
+        // Whoever took the converted file away is left with the downloaded one.
+        if (Options::instance()->deleteTempFile && QFile::exists(output_name))
             removeFile(video_mame); // a left-over source is no reason to fail a finished job
     } else {
         output_demision = video_dimension;
