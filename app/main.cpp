@@ -5,6 +5,7 @@
 #include "singleapplication.h"
 
 #include <QFile>
+#include <QPalette>
 
 #include <memory>
 
@@ -29,6 +30,19 @@ static int run(SingleApplication &application, bool show)
     return application.exec();
 }
 
+// The style sheet's look is a light one: on a dark desktop the toolkit's own colours would put dark
+// ticks on dark boxes beside it.
+static QPalette lightColors()
+{
+    const QColor ground(239, 239, 239);
+    QPalette colors(ground, ground);
+    colors.setColor(QPalette::Highlight, AppInfo::instance()->themeColor);
+    colors.setColor(QPalette::HighlightedText, Qt::white);
+    colors.setColor(QPalette::ToolTipBase, QColor(255, 255, 220));
+    colors.setColor(QPalette::ToolTipText, Qt::black);
+    return colors;
+}
+
 int main(int argc, char **argv)
 {
     const QString title = AppInfo::instance()->title;
@@ -48,8 +62,10 @@ int main(int argc, char **argv)
     initResources();
     // Without its style sheet the program looks plain, no more.
     QFile styleSheet(QStringLiteral(":/style/Shared/style/layout.qss"));
-    if (styleSheet.open(QIODevice::ReadOnly))
+    if (styleSheet.open(QIODevice::ReadOnly)) {
+        QApplication::setPalette(lightColors());
         application.setStyleSheet(QString::fromUtf8(styleSheet.readAll()));
+    }
     styleSheet.close();
 
     QCoreApplication::setOrganizationName(QStringLiteral("Quarnitek"));
