@@ -121,7 +121,7 @@ program_ends_with() {
     wait "$program" 2>/dev/null || code=$?
     [ $code -eq "$1" ] || die "ended with $code instead of $1: $(cat "$scratch/program.log")"
 }
-window_shown() { wait_until 30 "the window" window_named "Corvane Reelkeeper" || die "no window"; }
+window_shown() { wait_until 30 "the window" window_named "Corvane Reelkeeper" || die "no window: $(cat "$scratch/program.log")"; }
 
 # offer ADDRESS: copies it, and waits for the dialog that opens by itself.
 offer() {
