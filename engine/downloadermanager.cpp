@@ -55,6 +55,8 @@ HttpJob *DownloaderManager::registerJob(std::unique_ptr<HttpJob> job)
     if (!m_jobOfId.contains(registered->record.id))
         m_jobOfId.insert(registered->record.id, registered);
     connect(registered, &HttpJob::sigFinished, this, &DownloaderManager::onFinished);
+    // A list that does not know the file's name could not go on with it after a crash.
+    connect(registered, &HttpJob::sigSourceCreated, this, &DownloaderManager::noteChange);
     return registered;
 }
 

@@ -46,6 +46,7 @@ public:
     bool removed = false; // set by the manager: the job is skipped everywhere
 
 signals:
+    void sigSourceCreated();   // the record names a new source file
     void sigFinished(int nID); // the job became Finished or Errored; once per move
 
 public slots:

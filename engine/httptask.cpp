@@ -208,6 +208,7 @@ int HttpTask::createSource(const QString &contentType)
     if (!before.isEmpty() && before != path)
         platform::removeFile(before);
     m_record.video_mame = path;
+    emit sigSourceCreated();
     return 0;
 }
 

@@ -32,6 +32,7 @@ public:
 signals:
     void sigFinished();
     void sigError(qint32 err);
+    void sigSourceCreated();               // the source file has its name
     void sigReceive(qint64 bytesReceived); // bytes just written to the file
 
 public slots:

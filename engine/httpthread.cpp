@@ -55,6 +55,10 @@ void HttpThread::run()
         if (m_job)
             m_job->onDownloadError(error);
     });
+    connect(&task, &HttpTask::sigSourceCreated, this, [this] {
+        if (m_job)
+            emit m_job->sigSourceCreated();
+    });
     // Only an encoder wants to hear of every chunk; without one it would be a wake-up for nothing.
     if (m_record.output_format != 0) {
         connect(&task, &HttpTask::sigReceive, this, [this](qint64 bytesReceived) {
