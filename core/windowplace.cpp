@@ -4,10 +4,12 @@
 #include <QScreen>
 #include <QWidget>
 
+// What a window manager puts above a window, in pixels, more or less.
+static constexpr int titleHeight = 30;
+
 // The screen on which the title bar of a window can be grasped; null when there is none.
 static QScreen *screenOfTitleBar(const QRect &window)
 {
-    constexpr int titleHeight = 30;
     constexpr int graspableWidth = 100;
     const QRect title(window.topLeft(), QSize(window.width(), titleHeight));
     const QList<QScreen *> screens = QGuiApplication::screens();
@@ -31,7 +33,8 @@ void placeWindow(QWidget *window, const QPoint &position, const QSize &size, Win
     bool moves = place == WindowPlace::Inside || !screen;
     if (!screen)
         screen = QGuiApplication::primaryScreen();
-    const QRect available = screen ? screen->availableGeometry() : wanted;
+    const QRect available =
+        screen ? screen->availableGeometry().adjusted(0, 0, 0, -titleHeight) : wanted;
     const QSize fitting = wanted.size().boundedTo(available.size()).expandedTo(smallest);
     moves = moves || fitting != wanted.size();
     wanted.setSize(fitting);
