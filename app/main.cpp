@@ -5,6 +5,7 @@
 #include "singleapplication.h"
 
 #include <QFile>
+#include <QIcon>
 #include <QPalette>
 
 #include <memory>
@@ -60,6 +61,10 @@ int main(int argc, char **argv)
     const bool show = application.arguments().value(1) != QLatin1String("-hide");
 
     initResources();
+    QIcon icon;
+    for (const int size : {16, 32, 48, 256})
+        icon.addFile(QStringLiteral(":/icons/reelkeeper-%1.png").arg(size));
+    QApplication::setWindowIcon(icon);
     // Without its style sheet the program looks plain, no more.
     QFile styleSheet(QStringLiteral(":/style/Shared/style/layout.qss"));
     if (styleSheet.open(QIODevice::ReadOnly)) {

@@ -177,6 +177,11 @@ void FinishedTableWidget::keyPressEvent(QKeyEvent *event)
 {
     if (!isIgnored(event->key()))
         TRACE() << "Key Press:" << event->key();
+    // Whichever column was clicked last: the name is what can be edited.
+    if (event->key() == Qt::Key_F2 && hasSingleSelection()) {
+        onRename();
+        return;
+    }
     JobTableWidget::keyPressEvent(event);
 }
 

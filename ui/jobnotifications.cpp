@@ -39,8 +39,14 @@ void JobNotifications::allEnded()
         return;
     m_countdownOpen = true;
     DlgShutDown dialog(m_window);
+    const auto endWhenBusy = [this, &dialog] {
+        if (!m_manager->allFinished())
+            dialog.reject();
+    };
+    QObject::connect(m_manager, &DownloaderManager::sigJobsChanged, &dialog, endWhenBusy);
     const bool accepted = dialog.exec() == QDialog::Accepted;
     m_countdownOpen = false;
-    if (accepted)
+    // Another dialog's loop may have kept this one open until there was work again.
+    if (accepted && m_manager->allFinished())
         CloseSystem(3, m_window);
 }

@@ -18,6 +18,8 @@ public:
 
     void jobEnded(int id); // an unknown id is ignored
     void allEnded();       // may run the countdown dialog
+    // While it counts nothing may open above it: the person has to see it.
+    bool isCountingDown() const { return m_countdownOpen; }
 
 private:
     const DownloaderManager *m_manager;

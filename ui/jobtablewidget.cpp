@@ -11,10 +11,12 @@
 #include <algorithm>
 #include <functional>
 #include <numeric>
+#include <utility>
 
 namespace {
 
 constexpr int SmallestWidth = 27;
+constexpr int LargestWidth = 4000;
 
 } // namespace
 
@@ -53,6 +55,7 @@ void JobTableWidget::initTable()
     setContextMenuPolicy(Qt::CustomContextMenu);
     horizontalHeader()->setVisible(true);
     horizontalHeader()->setHighlightSections(false);
+    horizontalHeader()->setTextElideMode(Qt::ElideRight);
     verticalHeader()->setVisible(false);
     setSortingEnabled(false);
     connect(this, &QWidget::customContextMenuRequested, this, &JobTableWidget::onCustomContextMenu);
@@ -63,8 +66,38 @@ bool JobTableWidget::loadColumns()
     m_skipResize = true;
     const bool restored =
         Options::instance()->restoreColumns(m_columns.name, this, m_columns.defaultWidths);
+    // A column that cannot be seen cannot be widened either.
+    for (int column = 0; column < columnCount(); ++column)
+        setColumnWidth(column, qBound(SmallestWidth, columnWidth(column), LargestWidth));
     m_skipResize = false;
     return restored;
+}
+
+void JobTableWidget::showEvent(QShowEvent *event)
+{
+    QTableWidget::showEvent(event);
+    if (std::exchange(m_wasShown, true))
+        return;
+    // The scroll bar that appears with the first rows makes no list narrower that was stored with
+    // it: otherwise the columns would shrink a little at every start.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            executeDelayedItemsLayout();
+            updateGeometries();
+            loadColumns();
+        },
+        Qt::QueuedConnection);
+}
+
+void JobTableWidget::focusInEvent(QFocusEvent *event)
+{
+    QTableWidget::focusInEvent(event);
+    const bool byKey =
+        event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
+    // With the keyboard alone one has to see where one is.
+    if (byKey && rowCount() > 0 && !hasSelection())
+        selectRow(qMax(0, currentRow()));
 }
 
 bool JobTableWidget::saveColumns() const

@@ -46,6 +46,8 @@ protected:
     JobTableWidget(const Columns &columns, QWidget *parent);
 
     void resizeEvent(QResizeEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
 
     static bool isIgnored(int key); // left to the window around the list
@@ -69,5 +71,6 @@ private:
     const Columns m_columns;
     JobRows *m_rows;
     int m_lastWidth = -1; // after the last proportional resize
+    bool m_wasShown = false;
     bool m_skipResize = false;
 };

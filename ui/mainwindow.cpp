@@ -24,6 +24,8 @@
 #include <QDesktopServices>
 #include <QGuiApplication>
 #include <QShortcut>
+#include <QStyle>
+#include <QTabBar>
 #include <QTimer>
 #include <QUrl>
 #include <QWindow>
@@ -55,17 +57,19 @@ MainWindow::MainWindow(bool show, QWidget *parent)
     onDownloadListSelectionChanged();
     onFinisedListSelectionChanged();
     updateDownloadList();
-    if (options->lastActiveTable == 0)
+    if (m_ui->tabWidget->currentIndex() == 0)
         m_ui->btnNewDownload->setFocus(Qt::OtherFocusReason);
     else
         m_ui->btnOpenFolder->setFocus(Qt::OtherFocusReason);
     buildTray();
     // Placed before it is shown: a window that is moved once its frame is there lands elsewhere.
-    restoreLayout();
+    options->restoreGeometry(QStringLiteral("MainFrame"), this);
     if (show)
         this->show();
     else
         close();
+    m_ui->listViewDownloading->loadColumns();
+    m_ui->listViewFinished->loadColumns();
 }
 
 MainWindow::~MainWindow()
@@ -168,13 +172,6 @@ void MainWindow::buildTray()
     connect(m_trayIcon, &QSystemTrayIcon::activated, this, &MainWindow::iconActivated);
 }
 
-void MainWindow::restoreLayout()
-{
-    Options::instance()->restoreGeometry(QStringLiteral("MainFrame"), this);
-    m_ui->listViewDownloading->loadColumns();
-    m_ui->listViewFinished->loadColumns();
-}
-
 void MainWindow::showTrayMessage(const QString &title, const QString &text,
                                  QSystemTrayIcon::MessageIcon icon)
 {
@@ -184,6 +181,8 @@ void MainWindow::showTrayMessage(const QString &title, const QString &text,
 
 void MainWindow::openNewDownload(const QString &url)
 {
+    if (m_notifications->isCountingDown())
+        return;
     if (isVisible())
         bringToFront(this);
     m_newDownload->run(url);
@@ -192,10 +191,25 @@ void MainWindow::openNewDownload(const QString &url)
 void MainWindow::updateDownloadList()
 {
     m_manager->updateViews(m_ui->listViewDownloading, m_ui->listViewFinished);
-    m_ui->tabWidget->setTabText(0,
-                                tr("Downloading(%1)").arg(m_ui->listViewDownloading->rowCount()));
-    m_ui->tabWidget->setTabText(1, tr("Finished(%1)").arg(m_ui->listViewFinished->rowCount()));
+    const int downloading = m_ui->listViewDownloading->rowCount();
+    const int finished = m_ui->listViewFinished->rowCount();
+    m_ui->tabWidget->setTabText(0, tr("Downloading(%1)").arg(downloading));
+    m_ui->tabWidget->setTabText(1, tr("Finished(%1)").arg(finished));
+    giveCaptionsRoom(qMax(downloading, finished) >= 100);
+    // A selected job may have ended by itself.
+    onDownloadListSelectionChanged();
     m_exit.followTray();
+}
+
+// Long captions get the room of the tabs' padding, which the style sheet gives by this property.
+void MainWindow::giveCaptionsRoom(bool needed)
+{
+    QTabBar *tabs = m_ui->tabWidget->tabBar();
+    if (tabs->property("longCaptions").toBool() == needed)
+        return;
+    tabs->setProperty("longCaptions", needed);
+    tabs->style()->unpolish(tabs);
+    tabs->style()->polish(tabs);
 }
 
 void MainWindow::saveDownloadList()
@@ -261,7 +275,7 @@ void MainWindow::onFinisedListSelectionChanged()
 
 void MainWindow::onSettings()
 {
-    if (m_settingsOpen)
+    if (m_settingsOpen || m_notifications->isCountingDown())
         return;
     m_settingsOpen = true;
     DlgSettings dialog(this);

@@ -82,7 +82,7 @@ private:
     void connectAll();
     void startTimers();
     void buildTray();
-    void restoreLayout();
+    void giveCaptionsRoom(bool needed);
     void showAgain();
     void offerAddress(const QString &text);
 
