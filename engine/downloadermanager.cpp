@@ -121,13 +121,15 @@ bool DownloaderManager::removeJob(int id, bool deleteFiles)
 
 void DownloaderManager::startAll()
 {
+    m_startingMany = true;
     // By index: a job that ends at once is announced, and whoever hears it may add another.
     for (std::size_t i = 0; i < m_jobs.size(); ++i) {
         HttpJob *job = m_jobs.at(i).get();
         if (!job->removed && job->canStart())
             job->start();
     }
-    noteChange();
+    m_startingMany = false;
+    tellChanges();
 }
 
 void DownloaderManager::pauseAll()
@@ -142,11 +144,15 @@ void DownloaderManager::pauseAll()
 
 void DownloaderManager::resumeRunning()
 {
+    m_startingMany = true;
     for (std::size_t i = 0; i < m_jobs.size(); ++i) {
         HttpJob *job = m_jobs.at(i).get();
         if (!job->removed && job->isRunning())
             job->start();
     }
+    m_startingMany = false;
+    if (m_changed.isActive())
+        tellChanges();
 }
 
 bool DownloaderManager::saveAll()
@@ -177,10 +183,19 @@ bool DownloaderManager::allFinished() const
 
 void DownloaderManager::onFinished(int nID)
 {
-    noteChange();
+    if (m_startingMany)
+        noteChange();
+    else
+        tellChanges();
     emit sigFinished(nID);
     if (allFinished())
         emit sigAllFinished();
+}
+
+void DownloaderManager::tellChanges()
+{
+    m_changed.stop();
+    emit sigJobsChanged();
 }
 
 void DownloaderManager::noteChange()

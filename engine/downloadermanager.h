@@ -56,8 +56,9 @@ public:
 signals:
     void sigFinished(int nID);
     void sigAllFinished();
-    // What is stored of the jobs differs from what was: worth a save now. Once for all changes that
-    // happen before the event loop runs again.
+    // What is stored of the jobs differs from what was: worth a save now. At once when a job ends,
+    // because its file has just got another name; otherwise once for all changes that happen before
+    // the event loop runs again.
     void sigJobsChanged();
 
 public slots:
@@ -66,9 +67,11 @@ public slots:
 
 private:
     int nextId() const;
+    void tellChanges();
     HttpJob *registerJob(std::unique_ptr<HttpJob> job);
 
     RetryDelays m_delays;
+    bool m_startingMany = false;
     QTimer m_changed; // runs from the first change until it is told
     std::vector<std::unique_ptr<HttpJob>> m_jobs;
     QHash<int, HttpJob *> m_jobOfId; // the first of that id; every job of m_jobs
