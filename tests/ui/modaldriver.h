@@ -8,7 +8,7 @@
 
 // The person in front of modal dialogs: acts once on every dialog of the class that comes up, for
 // as long as it lives. Other dialogs are closed, so that no test waits for ever.
-class ModalDriver final
+class ModalDriver
 {
 public:
     using Action = std::function<void(QWidget *dialog)>;

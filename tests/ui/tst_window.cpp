@@ -1,7 +1,11 @@
-#include "appinfo.h"
+#include "clipboardwatch.h"
+#include "dlgsettings.h"
+#include "dlgshutdown.h"
 #include "downloadermanager.h"
 #include "downloadtablewidget.h"
+#include "exitcontrol.h"
 #include "httpserver.h"
+#include "jobnotifications.h"
 #include "literals.h"
 #include "mainwindow.h"
 #include "modaldriver.h"
@@ -10,16 +14,13 @@
 #include "trayicon.h"
 #include "webdatabase.h"
 
+#include <QCheckBox>
 #include <QClipboard>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QSqlDatabase>
-#include <QSqlQuery>
 
-Q_DECLARE_METATYPE(JobState)
-
-// The whole window over real stores, with an update server that refuses.
+// The window over real stores, with an update server that refuses, and what stands beside it.
 class WindowTest final : public QObject
 {
     Q_OBJECT
@@ -45,95 +46,69 @@ private slots:
         QDir(Options::instance()->appDataPath()).removeRecursively();
     }
 
-    void everythingFollowsTheSize_data()
-    {
-        QTest::addColumn<QSize>("size");
-        for (const QSize size : {QSize(821, 588), QSize(500, 350), QSize(1600, 1000)})
-            QTest::addRow("%dx%d", size.width(), size.height()) << size;
-    }
-    void everythingFollowsTheSize()
-    {
-        QFETCH(QSize, size);
-        MainWindow window(true);
-        window.resize(size);
-        QTRY_COMPARE(window.size(), size);
-        QCOMPARE(child<QWidget>(window, "tabWidget")->geometry(), QRect(QPoint(0, 0), size));
-        for (const char *list : {"listViewDownloading", "listViewFinished"}) {
-            QCOMPARE(child<QWidget>(window, list)->geometry(),
-                     QRect(10, 50, size.width() - 20, size.height() - 95));
-        }
-        const QRect about = child<QWidget>(window, "btnAbout")->geometry();
-        const QRect help = child<QWidget>(window, "btnHelp")->geometry();
-        QCOMPARE(about.right(), size.width() - 11);
-        QCOMPARE(help.right(), about.left() - 1);
-        QCOMPARE(child<QWidget>(window, "btnSettings")->geometry().right(), help.left() - 1);
-    }
-
     void storedJobsComeBack()
     {
-        storeJobs({JobState::Stopped, JobState::Errored, JobState::Finished});
+        storeJobs({JobState::Stopped, JobState::Errored, JobState::Finished, JobState::Start});
         {
             MainWindow window(true);
-            QCOMPARE(window.exitCode(), 0);
             const auto *tabs = child<QTabWidget>(window, "tabWidget");
-            QCOMPARE(tabs->tabText(0), "Downloading(2)"_q);
+            QCOMPARE(tabs->tabText(0), "Downloading(3)"_q);
             QCOMPARE(tabs->tabText(1), "Finished(1)"_q);
+            QCOMPARE(DownloaderManager::instance()->findJob(4)->record.video_state,
+                     JobState::Errored);
             QVERIFY(!child<QPushButton>(window, "btnStart")->isEnabled());
             child<DownloadTableWidget>(window, "listViewDownloading")->selectRow(0);
             QVERIFY(child<QPushButton>(window, "btnStart")->isEnabled());
             QVERIFY(!child<QPushButton>(window, "btnPause")->isEnabled());
-            QVERIFY(child<QPushButton>(window, "btnDownloadDelete")->isEnabled());
-            ModalDriver person("QMessageBox", ModalDriver::press("Yes"_q));
+            const ModalDriver person("QMessageBox", ModalDriver::press("Yes"_q));
             QTest::mouseClick(child<QPushButton>(window, "btnDownloadDelete"), Qt::LeftButton);
-            QCOMPARE(person.seen(), 1);
-            QTRY_COMPARE(tabs->tabText(0), "Downloading(1)"_q);
+            QTRY_COMPARE(tabs->tabText(0), "Downloading(2)"_q);
         }
         QVERIFY(WebDatabase::instance()->Init());
         QVERIFY(WebDatabase::instance()->Read(DownloaderManager::instance()));
-        QCOMPARE(int(DownloaderManager::instance()->jobs().size()), 2);
+        QCOMPARE(int(DownloaderManager::instance()->jobs().size()), 3);
         DownloaderManager::destroyInstance();
     }
 
-    void jobThatEndsDuringTheStartIsReported()
-    {
-        storeJobs({JobState::Start});
-        MainWindow window(true);
-        QCOMPARE(DownloaderManager::instance()->findJob(1)->record.video_state, JobState::Errored);
-        QCoreApplication::processEvents();
-        QCOMPARE(child<QTabWidget>(window, "tabWidget")->tabText(0), "Downloading(1)"_q);
-    }
-
-    void copiedAddressOpensTheDialog_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("wanted");
-        QTest::addColumn<int>("dialogs");
-        const QString page = "www.video.example/watch?v=1"_q;
-        QTest::newRow("without scheme") << " "_q + page + "\n"_q << true << 1;
-        QTest::newRow("with scheme") << "http://"_q + page << true << 1;
-        QTest::newRow("secure scheme") << "https://"_q + page << true << 0;
-        QTest::newRow("another host") << "www.else.example/watch"_q << true << 0;
-        QTest::newRow("switched off") << page << false << 0;
-    }
     void copiedAddressOpensTheDialog()
     {
-        QFETCH(QString, text);
-        QFETCH(bool, wanted);
+        static const struct
+        {
+            const char *text;
+            bool wanted;
+            int dialogs;
+        } cases[] = {
+            {" www.video.example/watch?v=1\n", true, 1},
+            {"http://www.video.example/watch?v=1", true, 1},
+            {"https://www.video.example/watch?v=1", true, 0},
+            {"www.else.example/watch", true, 0},
+            {"www.video.example/watch?v=1", false, 0},
+        };
         MainWindow window(true);
-        Options::instance()->autoOpenNew = wanted;
-        QString offered;
-        int open = 0;
-        ModalDriver person("DlgNewDownload", [&](QWidget *dialog) {
-            offered = dialog->findChild<QLineEdit *>("lineEditPage"_q)->text();
-            QGuiApplication::clipboard()->setText("www.video.example/watch?v=2"_q);
-            for (const QWidget *widget : QApplication::topLevelWidgets())
-                open += widget->inherits("DlgNewDownload");
-            dialog->close();
-        });
-        QGuiApplication::clipboard()->setText(text);
-        QTEST(person.seen(), "dialogs");
-        QCOMPARE(open, person.seen()); // never two at a time
-        QCOMPARE(offered, open ? text.trimmed() : QString());
+        for (const auto &row : cases) {
+            Options::instance()->autoOpenNew = row.wanted;
+            const QString text = QString::fromLatin1(row.text);
+            const ModalDriver person("DlgNewDownload", [&text](QWidget *dialog) {
+                QCOMPARE(dialog->findChild<QLineEdit *>("lineEditPage"_q)->text(), text.trimmed());
+                QGuiApplication::clipboard()->setText("www.video.example/2"_q); // opens no second
+                dialog->close();
+            });
+            QGuiApplication::clipboard()->setText(text);
+            QCOMPARE(person.seen(), row.dialogs);
+        }
+    }
+
+    void sameTextIsOfferedOnceWhereTheFocusIsNeeded()
+    {
+        QClipboard *clipboard = QGuiApplication::clipboard();
+        clipboard->setText(" one\n"_q);
+        ClipboardWatch watch(clipboard, true);
+        QCOMPARE(watch.changed(), "one"_q);
+        QCOMPARE(watch.changed(), QString());
+        clipboard->clear();
+        QCOMPARE(watch.activated(), QString());
+        clipboard->setText("two"_q);
+        QCOMPARE(watch.activated(), "two"_q);
     }
 
     void closingKeepsTheProgram()
@@ -143,147 +118,182 @@ private slots:
         QVERIFY(window.isVisible() && window.isMinimized());
         QVERIFY(Options::instance()->firstCloseMainFrame);
         window.hide();
-        for (const char *ignored : {"0", "-1", "x", ""}) {
-            window.onInstanceCheck(QString::fromLatin1(ignored));
-            QVERIFY(!window.isVisible());
-        }
+        window.onInstanceCheck("0"_q);
+        QVERIFY(!window.isVisible());
         window.onInstanceCheck("1"_q);
         QVERIFY(window.isVisible() && !window.isMinimized());
     }
 
-    void exit_data()
+    void traylessDesktopGetsTheWindowBack()
     {
-        QTest::addColumn<JobState>("state");
-        QTest::addColumn<bool>("asks");
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<int>("questions");
-        QTest::addColumn<bool>("ends");
-        QTest::newRow("paused job, stay")
-            << JobState::Stopped << true << "btnCancel"_q << 1 << false;
-        QTest::newRow("paused job, exit") << JobState::Stopped << true << "btnExit"_q << 1 << true;
-        QTest::newRow("not asked") << JobState::Stopped << false << QString() << 0 << true;
-        QTest::newRow("failed job") << JobState::Errored << true << QString() << 0 << true;
-    }
-    void exit()
-    {
-        QFETCH(bool, asks);
-        QFETCH(JobState, state);
-        QFETCH(QString, button);
-        storeJobs({state});
-        MainWindow window(false);
-        Options::instance()->queryOnExit = asks;
-        ModalDriver person("DlgExit", ModalDriver::press(button));
-        const auto leave = [&window] {
-            window.findChild<TrayIcon *>()->actExit.trigger();
-            QTimer::singleShot(0, &window, [] { QCoreApplication::exit(7); });
-        };
-        QTimer::singleShot(0, &window, leave);
-        QTEST(QApplication::exec() == 0, "ends");
-        QTEST(person.seen(), "questions");
+        bool tray = true;
+        QWidget window;
+        window.show();
+        ExitControl control(&window, [&tray] { return tray; });
+        QVERIFY(control.sendToBackground() && !window.isVisible());
+        tray = false;
+        control.followTray();
+        QVERIFY(window.isVisible() && window.isMinimized());
     }
 
-    void sessionEndEndsEveryDialog_data()
+    void exitAsksWhileThereIsSomethingToLose()
     {
-        QTest::addColumn<QString>("button");
-        QTest::newRow("settings") << "btnSettings"_q;
-        QTest::newRow("while a page is fetched") << "btnNewDownload"_q;
+        static const struct
+        {
+            JobState state;
+            const char *button;
+            int questions;
+            bool ends;
+            bool asksLater; // the box is checked every time
+        } cases[] = {
+            {JobState::Stopped, "btnCancel", 1, false, true},
+            {JobState::Stopped, "btnExit", 1, true, false},
+            {JobState::Errored, "", 0, true, true},
+        };
+        for (const auto &row : cases) {
+            init();
+            storeJobs({row.state});
+            MainWindow window(false);
+            const ModalDriver person("DlgExit", [&row](QWidget *dialog) {
+                dialog->findChild<QCheckBox *>("boxAskAgain"_q)->setChecked(true);
+                ModalDriver::press(QString::fromLatin1(row.button))(dialog);
+            });
+            QTimer::singleShot(0, &window, [&window] {
+                window.findChild<TrayIcon *>()->actExit.trigger();
+                QTimer::singleShot(0, &window, [] { QCoreApplication::exit(7); });
+            });
+            QCOMPARE(QApplication::exec() == 0, row.ends);
+            QCOMPARE(person.seen(), row.questions);
+            QCOMPARE(Options::instance()->queryOnExit, row.asksLater);
+        }
     }
-    void sessionEndEndsEveryDialog()
+
+    void sessionEndsWhileAPageIsFetched()
     {
-        QFETCH(QString, button);
         HttpServer server;
         QVERIFY(server.listen());
-        HttpResponse silence;
-        silence.stallBeforeHeaders = true;
-        server.setResponse("/watch", silence);
         QVERIFY(writeFile(m_sandbox.scriptFolder() + "127.0.0.1"_q, "1"));
-
         MainWindow window(true);
-        const auto endSession = [&window] {
-            window.resize(640, 480);
-            window.onEndSession();
-            window.onEndSession();
-        };
-        QTimer asked;
-        connect(&asked, &QTimer::timeout, &window, [&] {
-            if (!server.requests().isEmpty()) {
-                asked.stop();
-                endSession();
-            }
+        server.setHandler("/watch", [&window](const HttpRequest &) {
+            QMetaObject::invokeMethod(&window, [&window] {
+                window.resize(640, 480);
+                window.onEndSession();
+            });
+            HttpResponse silence;
+            silence.stallBeforeHeaders = true;
+            return silence;
         });
-        ModalDriver person("QDialog", [&](QWidget *dialog) {
-            auto *address = dialog->findChild<QLineEdit *>("lineEditPage"_q);
-            if (!address)
-                return endSession();
-            address->setText(server.url("/watch"_q));
-            asked.start(5);
+        const ModalDriver person("DlgNewDownload", [&server](QWidget *dialog) {
+            dialog->findChild<QLineEdit *>("lineEditPage"_q)->setText(server.url("/watch"_q));
             QTest::keyClick(dialog, Qt::Key_Return);
         });
-        QTimer::singleShot(0, &window, [&] {
-            QTest::keyClick(window.findChild<QPushButton *>(button), Qt::Key_Return);
+        QTimer::singleShot(0, &window, [&window] {
+            QTest::keyClick(child<QPushButton>(window, "btnNewDownload"), Qt::Key_Return);
         });
         QCOMPARE(QApplication::exec(), 0);
-        QCOMPARE(person.seen(), 1);
-        QCOMPARE(server.requests().size(), button == "btnNewDownload"_q ? 1 : 0);
+        QCOMPARE(server.requests().size(), 1);
         window.resize(700, 500);
         Options::instance()->restoreGeometry("MainFrame"_q, &window);
         QCOMPARE(window.size(), QSize(640, 480));
     }
 
-    void failedStartUp_data()
+    void startsWithoutProfilesEndWithAMessage()
     {
-        QTest::addColumn<QString>("fault");
-        QTest::addColumn<QStringList>("boxes");
-        QTest::addColumn<QString>("log");
-        QTest::addColumn<int>("code");
-        QTest::newRow("no profiles")
-            << "profiles"_q
-            << QStringList("Failed to load profiles. Please reinstall the program to solve this "
-                           "problem."_q)
-            << "Failed:Load profiles.xml"_q << 2;
-        QTest::newRow("no place for the database")
-            << "place"_q
-            << QStringList("Failed to load the download database. Please reinstall the program to "
-                           "solve this problem."_q)
-            << "Failed:Load Database."_q << 2;
-        QTest::newRow("unreadable database")
-            << "content"_q
-            << QStringList("Failed to read from the download database. A new database is going to "
-                           "be created and the download history will be lost."_q)
-            << "Failed:Read Database."_q << 0;
-    }
-    void failedStartUp()
-    {
-        QFETCH(QString, fault);
-        const QString data = Options::instance()->appDataPath();
-        if (fault == "profiles"_q) {
-            QVERIFY(QFile::remove(profiles()));
-        } else if (fault == "place"_q) {
-            QVERIFY(QDir(data).removeRecursively());
-            QVERIFY(writeFile(data.chopped(1), "in the way"));
-        } else {
-            {
-                QSqlDatabase other = QSqlDatabase::addDatabase("QSQLITE"_q, "other"_q);
-                other.setDatabaseName(data + "Task.dat"_q);
-                QVERIFY(other.open());
-                QVERIFY(QSqlQuery(other).exec("create table video_download(id int)"_q));
-            }
-            QSqlDatabase::removeDatabase("other"_q);
-        }
-        QStringList boxes;
-        ModalDriver person("QMessageBox", [&boxes](QWidget *box) {
-            boxes << static_cast<QMessageBox *>(box)->text();
-            ModalDriver::press("OK"_q)(box);
+        QVERIFY(QFile::remove(profiles()));
+        QString text;
+        const ModalDriver person("QMessageBox", [&text](QWidget *box) {
+            text = static_cast<QMessageBox *>(box)->text();
+            box->close();
         });
+        const MainWindow window(true);
+        QCOMPARE(window.exitCode(), 2);
+        QVERIFY(text.startsWith("Failed to load profiles."_q));
+        QVERIFY(m_sandbox.logLines().contains("Failed:Load profiles.xml"_q));
+    }
+
+    void countdownShutsDownOnlyWhenAskedFor()
+    {
+        DlgShutDown countdown(nullptr, 2);
+        QCOMPARE(countdown.exec(), int(QDialog::Accepted)); // by itself
+        DownloaderManager manager;
+        JobNotifications notifications(&manager, nullptr, nullptr);
+        const auto shutDown = [&](bool wanted, const QString &button) {
+            const ModalDriver person("DlgShutDown", ModalDriver::press(button));
+            Options::instance()->shutDownWhenAllFinished = wanted;
+            notifications.allEnded();
+            return m_sandbox.logLines().contains("CloseSystem:Enter"_q);
+        };
+        QVERIFY(!shutDown(false, "btnShutdown"_q));
+        QVERIFY(!shutDown(true, "btnCancel"_q));
+        QVERIFY(shutDown(true, "btnShutdown"_q));
+    }
+
+    void failedJobIsAnnounced()
+    {
+        DownloaderManager manager;
+        auto job = manager.newJob();
+        job->record.id = 4;
+        job->record.title = "50% %1"_q;
+        job->record.video_state = JobState::Errored;
+        manager.addLoadedJob(std::move(job));
+        QString balloon;
+        JobNotifications notifications(
+            &manager, nullptr,
+            [&](const QString &title, const QString &text) { balloon = title + "|"_q + text; });
+        notifications.jobEnded(4);
+        QCOMPARE(balloon, "Download Failed|Failed to download \"50% %1\"."_q);
+    }
+
+    void folderIsChosen()
+    {
+        const QString missing = "Directory \"%1\" does not exist. Would you like to create it "
+                                "now?|"_q;
+        const struct
         {
-            MainWindow window(true);
-            QTEST(window.exitCode(), "code");
+            QString chosen;
+            const char *answer; // to the first question
+            QString boxes;
+            bool taken;
+        } cases[] = {
+            {m_sandbox.path("new/deep"_q), "Yes", missing, true},
+            {m_sandbox.path("other"_q), "No", missing, false},
+            {m_sandbox.path("file/folder"_q), "Yes",
+             missing + "Failed to create directory \"%1\".|"_q, false},
+            {"/proc"_q, "OK",
+             "Cannot create files in the specified folder \"%1\". Please check if you have write "
+             "permission to the folder.|"_q,
+             false},
+        };
+        QVERIFY(writeFile(m_sandbox.path("file"_q), "x"));
+        for (const auto &row : cases) {
+            const QString before = Options::instance()->outputFolder;
+            DlgSettings dialog(nullptr, [&row](QWidget *, const QString &, QString *result) {
+                *result = row.chosen;
+                return !row.chosen.isEmpty();
+            });
+            QString shown;
+            const ModalDriver person("QMessageBox", [&](QWidget *box) {
+                const QString button = shown.isEmpty() ? QString::fromLatin1(row.answer) : "OK"_q;
+                shown += static_cast<QMessageBox *>(box)->text() + "|"_q;
+                ModalDriver::press(button)(box);
+            });
+            dialog.onSelectFolder();
+            QCOMPARE(shown, QString(row.boxes).replace("%1"_q, row.chosen));
+            QCOMPARE(Options::instance()->outputFolder, before);
+            dialog.accept();
+            QCOMPARE(Options::instance()->outputFolder, row.taken ? row.chosen + "/"_q : before);
         }
-        if (fault == "place"_q)
-            QVERIFY(QFile::remove(data.chopped(1)));
-        QTEST(boxes, "boxes");
-        QFETCH(QString, log);
-        QVERIFY(m_sandbox.logLines().contains(log));
+    }
+
+    void escLeavesTheSettings()
+    {
+        DlgSettings dialog;
+        for (QCheckBox *box : dialog.findChildren<QCheckBox *>())
+            box->toggle();
+        QTest::keyClick(&dialog, Qt::Key_Escape);
+        QVERIFY(Options::instance()->autoOpenNew && !Options::instance()->shutDownWhenAllFinished);
+        dialog.accept();
+        QVERIFY(!Options::instance()->autoOpenNew && Options::instance()->shutDownWhenAllFinished);
     }
 
 private:
