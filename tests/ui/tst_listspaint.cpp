@@ -124,7 +124,8 @@ private slots:
         for (bool selected : {false, true}) {
             const QColor ground = selected ? AppInfo::instance()->themeColor : White;
             const QImage lowerHalf = paint(3, "1 4 12 0"_q, selected).copy(0, 19, Width, 21);
-            QVERIFY(ink(lowerHalf, ground).width() > 50);
+            const QRect caption = ink(lowerHalf, ground);
+            QVERIFY(caption.width() > 50 && caption.left() >= 5);
             const QRgb pen = QColor(selected ? Qt::white : Qt::black).rgb();
             int solid = 0;
             for (int x = 0; x < Width; ++x) {
