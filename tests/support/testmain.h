@@ -27,6 +27,19 @@ public:
 using TestApplication = QApplication;
 #endif
 
+// A test that works inside the sandbox of its program.
+class SandboxTest : public QObject
+{
+public:
+    explicit SandboxTest(Sandbox &sandbox)
+        : m_sandbox(sandbox)
+    {
+    }
+
+protected:
+    Sandbox &m_sandbox;
+};
+
 // main() of a test program: a sandbox around everything, then an application with the program's
 // names, on whatever platform QT_QPA_PLATFORM says.
 #define REELKEEPER_TEST_MAIN(TestClass)                                                            \
