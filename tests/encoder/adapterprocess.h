@@ -12,8 +12,7 @@ struct AdapterEnd
 
 // Runs the real adapter over a file and waits for its end.
 inline AdapterEnd runAdapter(const QStringList &arguments, const QString &input,
-                             const QString &encoder = QString(),
-                             const QString &program = QStringLiteral(ADAPTER))
+                             const QString &encoder = QString())
 {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -21,7 +20,7 @@ inline AdapterEnd runAdapter(const QStringList &arguments, const QString &input,
         environment.insert(QStringLiteral("REELKEEPER_FFMPEG"), encoder);
     process.setProcessEnvironment(environment);
     process.setStandardInputFile(input);
-    process.start(program, arguments);
+    process.start(QStringLiteral(ADAPTER), arguments);
     AdapterEnd end;
     if (process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit)
         end.code = process.exitCode();
