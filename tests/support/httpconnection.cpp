@@ -9,42 +9,6 @@ const int maxHeadSize = 64 * 1024;
 const int sliceMilliseconds = 20;
 const qint64 patternPeriod = 1048573; // a prime, so no usual block size is a multiple of it
 
-QByteArray usualReason(int status)
-{
-    switch (status) {
-    case 200:
-        return "OK";
-    case 206:
-        return "Partial Content";
-    case 301:
-        return "Moved Permanently";
-    case 302:
-        return "Found";
-    case 303:
-        return "See Other";
-    case 304:
-        return "Not Modified";
-    case 307:
-        return "Temporary Redirect";
-    case 308:
-        return "Permanent Redirect";
-    case 400:
-        return "Bad Request";
-    case 403:
-        return "Forbidden";
-    case 404:
-        return "Not Found";
-    case 416:
-        return "Range Not Satisfiable";
-    case 500:
-        return "Internal Server Error";
-    case 503:
-        return "Service Unavailable";
-    default:
-        return "Status";
-    }
-}
-
 char scrambled(quint32 offset)
 {
     return char(((offset + 1) * 2654435761u) >> 24);
@@ -153,10 +117,6 @@ void HttpConnection::answer(const HttpRequest &request)
 {
     m_response = m_lookup(request);
     m_sending = true;
-    if (m_response.closeBeforeHeaders) {
-        m_socket.abort();
-        return;
-    }
     if (m_response.stallBeforeHeaders)
         return;
 
@@ -167,10 +127,9 @@ void HttpConnection::answer(const HttpRequest &request)
         selectRange(request);
     m_position = m_start;
     m_sent = 0;
-    const bool bodyless = m_response.status == 204 || m_response.status == 304;
-    m_headOnly = bodyless || request.method == "HEAD";
-    m_keepAlive = m_keepAlive && m_response.declaredLength < 0 &&
-                  (bodyless || m_response.chunked || m_response.sendContentLength);
+    m_headOnly = request.method == "HEAD";
+    m_keepAlive = m_keepAlive && (m_response.chunked || m_response.sendContentLength) &&
+                  !hasHeader("Content-Length");
 
     m_socket.write(head());
     if (m_headOnly)
@@ -206,16 +165,10 @@ void HttpConnection::selectRange(const HttpRequest &request)
     const QByteArray last = range.mid(range.indexOf('-') + 1);
     bool firstOk = false;
     bool lastOk = false;
-    qint64 start = first.toLongLong(&firstOk);
-    qint64 end = last.toLongLong(&lastOk) + 1;
-    if (first.isEmpty() && lastOk) {
-        start = qMax(qint64(0), m_total - last.toLongLong());
-        end = m_total;
-    } else if (!firstOk || !(lastOk || last.isEmpty()) || (lastOk && end <= start)) {
+    const qint64 start = first.toLongLong(&firstOk);
+    const qint64 end = last.isEmpty() ? m_total : last.toLongLong(&lastOk) + 1;
+    if (!firstOk || !(lastOk || last.isEmpty()) || (lastOk && end <= start))
         return;
-    } else if (last.isEmpty()) {
-        end = m_total;
-    }
     if (start >= m_total) {
         const QByteArray size = "bytes */" + QByteArray::number(m_total);
         m_file.close();
@@ -232,8 +185,7 @@ void HttpConnection::selectRange(const HttpRequest &request)
 
 QByteArray HttpConnection::head() const
 {
-    const QByteArray reason =
-        m_response.reason.isEmpty() ? usualReason(m_response.status) : m_response.reason;
+    const QByteArray reason = m_response.status < 400 ? "OK" : "Refused";
     QByteArray head = "HTTP/1.1 " + QByteArray::number(m_response.status) + ' ' + reason + "\r\n";
     const auto add = [&](const QByteArray &name, const QByteArray &value) {
         if (!hasHeader(name))
@@ -251,9 +203,7 @@ QByteArray HttpConnection::head() const
         add("Accept-Ranges", "bytes");
     if (m_response.chunked)
         add("Transfer-Encoding", "chunked");
-    else if (m_response.declaredLength >= 0)
-        add("Content-Length", QByteArray::number(m_response.declaredLength));
-    else if (m_response.sendContentLength && m_response.status != 204)
+    else if (m_response.sendContentLength)
         add("Content-Length", QByteArray::number(m_end - m_start));
     add("Connection", m_keepAlive ? "keep-alive" : "close");
     return head + "\r\n";

@@ -25,9 +25,9 @@ struct HttpRequest
 struct HttpResponse
 {
     int status = 200;
-    QByteArray reason;                            // empty: the usual one of the status
-    QList<QPair<QByteArray, QByteArray>> headers; // sent as they stand, in order
-    QByteArray contentType;                       // empty: no Content-Type
+    // As they stand, in order; one of these takes the place of the server's own of that name.
+    QList<QPair<QByteArray, QByteArray>> headers;
+    QByteArray contentType; // empty: no Content-Type
     QByteArray body;
     QString file;               // the body is this file instead, streamed, never read whole
     qint64 generatedBytes = -1; // the body is patternByte(offset) for that many bytes instead
@@ -35,11 +35,9 @@ struct HttpResponse
     bool honourRange = true; // a Range request gets 206 (416 past the end) of the body
     bool chunked = false;    // Transfer-Encoding: chunked, no Content-Length
     bool sendContentLength = true;
-    qint64 declaredLength = -1;      // a wrong Content-Length instead of the true one
     qint64 cutAfter = -1;            // closes the connection after that many body bytes
     qint64 stallAfter = -1;          // sends nothing more after that many body bytes, stays open
     bool stallBeforeHeaders = false; // takes the request and never answers
-    bool closeBeforeHeaders = false; // takes the request and closes
     qint64 bytesPerSecond = 0;       // 0: as fast as it goes
 
     static HttpResponse text(const QByteArray &body,

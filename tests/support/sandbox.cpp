@@ -1,5 +1,6 @@
 #include "sandbox.h"
 
+#include "literals.h"
 #include "options.h"
 
 #include <QDir>
@@ -7,7 +8,6 @@
 #include <QFileInfo>
 #include <QProcessEnvironment>
 #include <QSettings>
-#include <QStandardPaths>
 
 namespace {
 void makeFolder(const QString &path)
@@ -22,26 +22,25 @@ Sandbox::Sandbox()
     if (!m_dir.isValid())
         qFatal("no folder for the test: %s", qPrintable(m_dir.errorString()));
     const QList<QPair<const char *, QString>> folders = {
-        {"HOME", QStringLiteral("home")},
-        {"XDG_CONFIG_HOME", QStringLiteral("config")},
-        {"XDG_DATA_HOME", QStringLiteral("data")},
-        {"XDG_CACHE_HOME", QStringLiteral("cache")},
-        {"XDG_RUNTIME_DIR", QStringLiteral("runtime")},
-        {"XDG_DOCUMENTS_DIR", QStringLiteral("documents")},
-        {"TMPDIR", QStringLiteral("tmp")},
+        {"HOME", "home"_q},
+        {"XDG_CONFIG_HOME", "config"_q},
+        {"XDG_DATA_HOME", "data"_q},
+        {"XDG_CACHE_HOME", "cache"_q},
+        {"XDG_RUNTIME_DIR", "runtime"_q},
+        {"XDG_DOCUMENTS_DIR", "documents"_q},
+        {"TMPDIR", "tmp"_q},
     };
     for (const auto &folder : folders) {
         makeFolder(path(folder.second));
         qputenv(folder.first, QFile::encodeName(path(folder.second)));
     }
-    QFile::setPermissions(path(QStringLiteral("runtime")),
+    QFile::setPermissions(path("runtime"_q),
                           QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    writeFile(path(QStringLiteral("config/user-dirs.dirs")),
+    writeFile(path("config/user-dirs.dirs"_q),
               "XDG_DOCUMENTS_DIR=\"" + qgetenv("XDG_DOCUMENTS_DIR") + "\"\n");
     makeFolder(outputFolder());
     makeFolder(scriptFolder());
 
-    const bool sessionBus = qEnvironmentVariableIsSet("REELKEEPER_TEST_SESSION_BUS");
     const QStringList names = QProcessEnvironment::systemEnvironment().keys();
     for (const QString &name : names) {
         if (name.startsWith(QLatin1String("REELKEEPER_")) &&
@@ -49,10 +48,9 @@ Sandbox::Sandbox()
             qunsetenv(name.toLatin1());
     }
     // No test may reach the services of the machine it runs on.
-    const QByteArray nowhere = "unix:path=" + QFile::encodeName(path(QStringLiteral("no-bus")));
+    const QByteArray nowhere = "unix:path=" + QFile::encodeName(path("no-bus"_q));
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", nowhere);
-    if (!sessionBus)
-        qputenv("DBUS_SESSION_BUS_ADDRESS", nowhere);
+    qputenv("DBUS_SESSION_BUS_ADDRESS", nowhere);
 }
 
 QString Sandbox::path(const QString &name) const
@@ -62,22 +60,22 @@ QString Sandbox::path(const QString &name) const
 
 QString Sandbox::outputFolder() const
 {
-    return path(QStringLiteral("output/"));
+    return path("output/"_q);
 }
 
 QString Sandbox::scriptFolder() const
 {
-    return path(QStringLiteral("scripts/"));
+    return path("scripts/"_q);
 }
 
 void Sandbox::loadOptions(bool logging)
 {
     Options::destroyInstance();
     {
-        QSettings settings(QStringLiteral("Quarnitek"), QStringLiteral("Corvane Reelkeeper"));
-        settings.setValue(QStringLiteral("Options/Output Folder"), outputFolder());
-        settings.setValue(QStringLiteral("Options/JS Path"), scriptFolder());
-        settings.setValue(QStringLiteral("Debug/Enable Logging"), logging);
+        QSettings settings("Quarnitek"_q, "Corvane Reelkeeper"_q);
+        settings.setValue("Options/Output Folder"_q, outputFolder());
+        settings.setValue("Options/JS Path"_q, scriptFolder());
+        settings.setValue("Debug/Enable Logging"_q, logging);
         settings.sync();
     }
     Options::instance()->load();
@@ -87,7 +85,7 @@ QStringList Sandbox::logLines() const
 {
     const QFileInfoList logs =
         QDir(QDir::tempPath())
-            .entryInfoList({QStringLiteral("Corvane Reelkeeper-*.log")}, QDir::Files, QDir::Time);
+            .entryInfoList({"Corvane Reelkeeper-*.log"_q}, QDir::Files, QDir::Time);
     if (logs.isEmpty())
         return {};
     QString text = QString::fromUtf8(readFile(logs.first().filePath()));
