@@ -117,6 +117,10 @@ void HttpConnection::answer(const HttpRequest &request)
 {
     m_response = m_lookup(request);
     m_sending = true;
+    if (m_response.closeBeforeHeaders) {
+        m_socket.abort();
+        return;
+    }
     if (m_response.stallBeforeHeaders)
         return;
 
@@ -128,8 +132,8 @@ void HttpConnection::answer(const HttpRequest &request)
     m_position = m_start;
     m_sent = 0;
     m_headOnly = request.method == "HEAD";
-    m_keepAlive = m_keepAlive && (m_response.chunked || m_response.sendContentLength) &&
-                  !hasHeader("Content-Length");
+    m_keepAlive = m_keepAlive && m_response.declaredLength < 0 &&
+                  (m_response.chunked || m_response.sendContentLength);
 
     m_socket.write(head());
     if (m_headOnly)
@@ -203,6 +207,8 @@ QByteArray HttpConnection::head() const
         add("Accept-Ranges", "bytes");
     if (m_response.chunked)
         add("Transfer-Encoding", "chunked");
+    else if (m_response.declaredLength >= 0)
+        add("Content-Length", QByteArray::number(m_response.declaredLength));
     else if (m_response.sendContentLength)
         add("Content-Length", QByteArray::number(m_end - m_start));
     add("Connection", m_keepAlive ? "keep-alive" : "close");

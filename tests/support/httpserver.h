@@ -35,9 +35,11 @@ struct HttpResponse
     bool honourRange = true; // a Range request gets 206 (416 past the end) of the body
     bool chunked = false;    // Transfer-Encoding: chunked, no Content-Length
     bool sendContentLength = true;
+    qint64 declaredLength = -1;      // a wrong Content-Length instead of the true one
     qint64 cutAfter = -1;            // closes the connection after that many body bytes
     qint64 stallAfter = -1;          // sends nothing more after that many body bytes, stays open
     bool stallBeforeHeaders = false; // takes the request and never answers
+    bool closeBeforeHeaders = false; // takes the request and closes
     qint64 bytesPerSecond = 0;       // 0: as fast as it goes
 
     static HttpResponse text(const QByteArray &body,
