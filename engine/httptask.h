@@ -27,7 +27,7 @@ public:
     void reportFileError(QFile::FileError error);
     void stopTransfer(); // aborts the reply; nothing is said after it
 
-    static constexpr qint64 ReadBufferSize = 256 * 1024; // bytes the network layer may hold
+    static constexpr qint64 ReadBufferSize = 512 * 1024; // bytes the network layer may hold
 
 signals:
     void sigFinished();
