@@ -10,6 +10,6 @@ QMessageBox::StandardButton showMessageBox(QMessageBox::Icon icon, const QString
                                            const QString &text,
                                            QMessageBox::StandardButtons buttons,
                                            QMessageBox::StandardButton defaultButton);
-bool bringToFront(QWidget *window); // always true; a null window is accepted
+bool bringToFront(QWidget *window);        // always true; a null window is accepted
 void setFixedDialogFlags(QWidget *dialog); // keeps the size that the dialog has now
 void setFramelessDialogFlags(QWidget *dialog);
