@@ -5,10 +5,13 @@
 #include <QEventLoop>
 #include <QNetworkAccessManager>
 #include <QNetworkRequest>
+#include <QTimer>
 #include <QUrl>
 
 #include <filesystem>
 #include <system_error>
+
+static constexpr int longestDownload = 30000; // milliseconds, for a file of a few kilobytes
 
 SimpleDownload::SimpleDownload(QObject *parent)
     : QObject(parent)
@@ -54,6 +57,8 @@ bool SimpleDownload::download(const QString &url, const QString &path)
 
     QEventLoop loop;
     connect(this, &SimpleDownload::sigFinished, &loop, &QEventLoop::quit);
+    // A server that drips must not keep the program from starting.
+    QTimer::singleShot(longestDownload, &loop, &QEventLoop::quit);
     loop.exec();
     releaseReply();
     m_file.close();

@@ -48,6 +48,7 @@ int main(int argc, char **argv)
 {
     const QString title = AppInfo::instance()->title;
     platform::holdNamedMutex(AppInfo::instance()->instanceId);
+    platform::allowManyOpenFiles();
 
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);

@@ -12,6 +12,9 @@ class QWidget;
 // system it runs on. User-interface thread unless said otherwise.
 namespace platform {
 
+// Lets the process have as many files and connections open as the system grants: each running job
+// takes several. Before any job starts.
+void allowManyOpenFiles();
 // Holds a mutex of that name until the process ends; whether it was free is not told.
 void holdNamedMutex(const QString &name);
 // Key of the message segment for QSharedMemory::setNativeKey, private to the user.

@@ -32,6 +32,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -75,6 +76,19 @@ static int openLockFile(const QString &path)
 {
     return open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC,
                 S_IRUSR | S_IWUSR);
+}
+
+void platform::allowManyOpenFiles()
+{
+    constexpr rlim_t enough = 65536;
+    rlimit limit;
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return;
+    const rlim_t wanted = qMin(limit.rlim_max, enough);
+    if (limit.rlim_cur >= wanted)
+        return;
+    limit.rlim_cur = wanted;
+    setrlimit(RLIMIT_NOFILE, &limit); // with less, fewer jobs can run at once
 }
 
 void platform::holdNamedMutex(const QString &name)
@@ -196,7 +210,7 @@ bool platform::removeFile(const QString &path)
 {
     // Taking a name away is quick; giving back the blocks of gigabytes is not, and happens when the
     // last one who has the file open closes it.
-    const int handle = open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    const int handle = open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     const bool removed = QFile::remove(path);
     if (handle >= 0)
         QThreadPool::globalInstance()->start(QRunnable::create([handle] { close(handle); }));

@@ -273,7 +273,12 @@ HttpTask::Body HttpTask::judgeAnswer()
     } else if (status == 206 && range.first > 0) {
         return Body::Ignored;
     }
-    return beginFile() ? Body::Stored : Body::Undecided;
+    if (!beginFile())
+        return Body::Undecided;
+    // A part that nobody asked for: the rest is fetched like after any short transfer.
+    if (status == 206 && range.total >= 0)
+        m_record.total_bytes = range.total;
+    return Body::Stored;
 }
 
 bool HttpTask::beginFile()

@@ -84,6 +84,12 @@ bool WebDatabase::Init()
     m_path = folder + QStringLiteral("Task.dat");
     TRACE() << m_path;
     LogFile::instance()->write(QStringLiteral("Database path:"), m_path);
+    m_unread = false;
+    return openOrCreate();
+}
+
+bool WebDatabase::openOrCreate()
+{
     if (QFile::exists(m_path)) {
         if (OpenDatabaseFile(m_path))
             return true;
@@ -146,8 +152,7 @@ bool WebDatabase::CreateDatabaseFile(const QString &path)
         LogError(QStringLiteral("CreateDatabaseFile() return false"), m_db.lastError());
         return false;
     }
-    QSqlQuery query(m_db);
-    const bool created = query.exec(QStringLiteral(
+    const bool created = QSqlQuery(m_db).exec(QStringLiteral(
         "create table video_download(id int primary key,page varchar(1024),title varchar(256),"
         "keyword varchar(1024),category varchar(256),video_url varchar(1024),"
         "video_usser_agent varchar(1024),video_cookies varchar(1024),video_dimension varchar(10),"
@@ -155,7 +160,12 @@ bool WebDatabase::CreateDatabaseFile(const QString &path)
         "total_bytes long,duration long,output_format int,output_name  varchar(256),"
         "output_demision varchar(10),guid varchar(256),download_time int,quality_index int,"
         "spend_time int)"));
-    return WriteVersion() && created;
+    if (WriteVersion() && created)
+        return true;
+    // A file without its table would stand in the way of the next attempt.
+    closeConnection();
+    QFile::remove(path);
+    return false;
 }
 
 bool WebDatabase::WriteVersion()
@@ -175,6 +185,7 @@ bool WebDatabase::DeleteAll()
     if (query.exec(QStringLiteral("DELETE FROM video_download")))
         return true;
     LogError(QStringLiteral("DeleteAll() return false"), query.lastError());
+    m_damaged = m_damaged || meansForeign(query.lastError());
     return false;
 }
 
@@ -186,6 +197,8 @@ void WebDatabase::LogError(const QString &message, const QSqlError &error)
 
 bool WebDatabase::Read(DownloaderManager *manager)
 {
+    // Until all of it is read, nothing may be written in its place.
+    m_unread = true;
     QSqlQuery query(m_db);
     query.setForwardOnly(true);
     if (!query.exec(QStringLiteral(
@@ -211,6 +224,7 @@ bool WebDatabase::Read(DownloaderManager *manager)
         LogError(QStringLiteral("WebDatabase::Read() return false"), query.lastError());
         return false;
     }
+    m_unread = false;
     return true;
 }
 
@@ -221,13 +235,20 @@ bool WebDatabase::Recreate()
     closeConnection();
     if (QFile::exists(m_path) && !putAside(m_path))
         return false;
+    m_unread = false;
     return CreateDatabaseFile(m_path);
 }
 
 bool WebDatabase::Save(DownloaderManager *manager, int patience)
 {
-    if (!m_db.isOpen())
+    if (m_unread || m_path.isEmpty())
         return false;
+    // Taken away while the program runs, or not to be made when it was needed: the list is here.
+    if (!m_db.isOpen() || !QFile::exists(m_path)) {
+        closeConnection();
+        if (!openOrCreate())
+            return false;
+    }
     QSqlQuery(m_db).exec(QStringLiteral("PRAGMA busy_timeout=%1").arg(patience));
     if (WriteAll(manager))
         return true;

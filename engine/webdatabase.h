@@ -32,6 +32,7 @@ public:
 private:
     void connectTo(const QString &path);
     void closeConnection();
+    bool openOrCreate();
     bool OpenDatabaseFile(const QString &path);
     bool CreateDatabaseFile(const QString &path);
     bool WriteVersion();
@@ -44,5 +45,6 @@ private:
     QSqlDatabase m_db;
     qint32 m_version = 0;
     QString m_path;
+    bool m_unread = false;  // the list in the file is not, or not wholly, in memory
     bool m_damaged = false; // what was read last is no job list, and will never be one
 };

@@ -35,7 +35,9 @@ void JobNotifications::jobEnded(int id)
 
 void JobNotifications::allEnded()
 {
-    if (m_countdownOpen || !Options::instance()->shutDownWhenAllFinished)
+    // Heard a moment after the last end: there may be work again.
+    if (m_countdownOpen || !Options::instance()->shutDownWhenAllFinished ||
+        !m_manager->allFinished())
         return;
     m_countdownOpen = true;
     DlgShutDown dialog(m_window);

@@ -5,6 +5,7 @@
 #include "testmain.h"
 #include "webdatabase.h"
 
+#include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QVariant>
 
@@ -148,6 +149,44 @@ private slots:
         QVERIFY(WebDatabase::instance()->Recreate());
         QVERIFY(WebDatabase::instance()->Read(&manager));
         QVERIFY(WebDatabase::instance()->Save(&manager));
+    }
+
+    void listThatWasNotReadIsNotWrittenOver()
+    {
+        {
+            DownloaderManager manager;
+            auto job = manager.newJob();
+            job->record.id = 7;
+            manager.addLoadedJob(std::move(job));
+        }
+        QVERIFY(WebDatabase::instance()->Init());
+        {
+            QSqlDatabase other = QSqlDatabase::addDatabase("QSQLITE"_q, "other"_q);
+            other.setDatabaseName(m_path);
+            QVERIFY(other.open() && QSqlQuery(other).exec("BEGIN EXCLUSIVE"_q));
+            DownloaderManager manager;
+            QVERIFY(!WebDatabase::instance()->Read(&manager));
+            QVERIFY(!WebDatabase::instance()->Recreate());
+            other.close();
+        } // saves, as far as it may
+        QSqlDatabase::removeDatabase("other"_q);
+        QVERIFY(WebDatabase::instance()->Init());
+        DownloaderManager manager;
+        QVERIFY(WebDatabase::instance()->Read(&manager));
+        QCOMPARE(manager.jobs().size(), std::size_t(1));
+    }
+
+    void listTakenAwayIsWrittenAnew()
+    {
+        DownloaderManager manager;
+        auto job = manager.newJob();
+        job->record.id = 7;
+        manager.addLoadedJob(std::move(job));
+        QVERIFY(QFile::remove(m_path));
+        QVERIFY(WebDatabase::instance()->Save(&manager));
+        DownloaderManager reader;
+        QVERIFY(WebDatabase::instance()->Read(&reader));
+        QCOMPARE(reader.jobs().size(), std::size_t(1));
     }
 
     void failedSaveKeepsTheLastOne()

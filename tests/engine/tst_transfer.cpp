@@ -106,6 +106,8 @@ private slots:
                            [](HttpResponse &r) { r.honourRange = false; }),
                        whole}
             << true << QByteArray("150000");
+        QTest::newRow("a part that was not asked for, then the rest")
+            << Answers{partial(0, half, size), whole} << true << QByteArray("150000");
         QTest::newRow("500, then all")
             << Answers{HttpResponse::error(500, "oops"), whole} << true << QByteArray();
         QTest::newRow("not found")
