@@ -98,7 +98,9 @@ private slots:
             QCOMPARE(qint64(r.download_bytes), 5000000000LL + i);
             QCOMPARE(qint64(r.total_bytes), i == 1 ? -1LL : 6000000000LL);
             QCOMPARE(r.output_name, finished);
-            QCOMPARE(r.spend_time, i == 0 ? 0LL : 4000000000LL); // a conversion counts anew
+            // A conversion counts anew; the end of the program added what it took.
+            const qint64 spent = r.spend_time - (i == 0 ? 0 : 4000000000LL);
+            QVERIFY(spent >= 0 && spent < 60000);
             QCOMPARE(r.quality_index, 3);
             QCOMPARE(r.changeFlags.test(StateChanged), r.video_state != JobState::Finished);
         }
