@@ -47,10 +47,7 @@ std::unique_ptr<HttpJob> EngineFixture::interruptedJob(qint64 bytesOnDisk, qint6
 {
     auto job = newJob();
     const QString path = Options::instance()->outputFolder + job->record.guid + ".mp4"_q;
-    QByteArray bytes;
-    for (qint64 i = 0; i < bytesOnDisk; ++i)
-        bytes += patternByte(i);
-    writeFile(path, bytes);
+    writeFile(path, pattern(0, bytesOnDisk));
     job->record.video_mame = path;
     job->record.download_bytes = downloaded;
     job->record.total_bytes = total;
@@ -73,14 +70,15 @@ void EngineFixture::clear()
     server.clearRequests();
 }
 
+QByteArray pattern(qint64 first, qint64 bytes)
+{
+    QByteArray result;
+    for (qint64 i = first; i < first + bytes; ++i)
+        result += patternByte(i);
+    return result;
+}
+
 bool isPattern(const QString &path, qint64 bytes)
 {
-    const QByteArray content = readFile(path);
-    if (content.size() != bytes)
-        return false;
-    for (int i = 0; i < content.size(); ++i) {
-        if (content.at(i) != patternByte(i))
-            return false;
-    }
-    return true;
+    return readFile(path) == pattern(0, bytes);
 }

@@ -2,7 +2,7 @@
 
 #include "httpjob.h"
 #include "httpserver.h"
-#include "sandbox.h"
+#include "testmain.h"
 
 #include <QStringList>
 
@@ -30,5 +30,21 @@ private:
     Sandbox &m_sandbox;
 };
 
+// Those bytes of every generated stream.
+QByteArray pattern(qint64 first, qint64 bytes);
 // The file is that many pattern bytes, no more, no less, none shifted.
 bool isPattern(const QString &path, qint64 bytes);
+
+// A test that works with such a site.
+class EngineTest : public SandboxTest
+{
+public:
+    explicit EngineTest(Sandbox &sandbox)
+        : SandboxTest(sandbox)
+        , m_site(sandbox)
+    {
+    }
+
+protected:
+    EngineFixture m_site;
+};

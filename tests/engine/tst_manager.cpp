@@ -1,7 +1,6 @@
 #include "downloadermanager.h"
 #include "enginefixture.h"
 #include "literals.h"
-#include "testmain.h"
 #include "webdatabase.h"
 
 #include <QSignalSpy>
@@ -27,15 +26,12 @@ public:
 
 } // namespace
 
-class ManagerTest : public QObject
+class ManagerTest final : public EngineTest
 {
     Q_OBJECT
 
 public:
-    explicit ManagerTest(Sandbox &sandbox)
-        : m_site(sandbox)
-    {
-    }
+    using EngineTest::EngineTest;
 
 private slots:
     void init()
@@ -130,24 +126,6 @@ private slots:
         QVERIFY(m_site.server.requests("/stream").first().header("Range").startsWith("bytes="));
         QCOMPARE(manager.findJob(2)->record.video_state, JobState::Stopped);
     }
-
-    void fiftyAtOnce()
-    {
-        m_site.server.setResponse("/stream", EngineFixture::stream(200000));
-        DownloaderManager manager(EngineFixture::quickRetries());
-        QSignalSpy allEnded(&manager, &DownloaderManager::sigAllFinished);
-        for (int i = 0; i < 50; ++i)
-            manager.addJob(m_site.info());
-        manager.pauseAll();
-        manager.startAll();
-        QVERIFY(allEnded.count() || allEnded.wait(20000));
-        QCOMPARE(m_site.outputFiles().size(), 50);
-        for (const auto &job : manager.jobs())
-            QVERIFY(isPattern(job->record.output_name, 200000));
-    }
-
-private:
-    EngineFixture m_site;
 };
 
 REELKEEPER_TEST_MAIN(ManagerTest)

@@ -2,7 +2,6 @@
 #include "enginefixture.h"
 #include "literals.h"
 #include "options.h"
-#include "testmain.h"
 #include "webdatabase.h"
 
 #include <QSignalSpy>
@@ -18,24 +17,6 @@ namespace {
 
 constexpr qint64 size = 300000;
 constexpr qint64 half = 150000;
-
-HttpResponse with(HttpResponse response, const std::function<void(HttpResponse &)> &change)
-{
-    change(response);
-    return response;
-}
-
-HttpResponse partial(qint64 first, qint64 bytes, const QByteArray &contentRange)
-{
-    HttpResponse response = HttpResponse::text(QByteArray(), "video/mp4");
-    for (qint64 i = 0; i < bytes; ++i)
-        response.body += patternByte(first + i);
-    response.status = 206;
-    response.honourRange = false;
-    if (!contentRange.isEmpty())
-        response.headers = {{"Content-Range", contentRange}};
-    return response;
-}
 
 // While it lives no file of this process may grow beyond that size, as on a full disk.
 class FullDisk final
@@ -72,19 +53,12 @@ private:
 
 } // namespace
 
-using Answers = QList<HttpResponse>;
-Q_DECLARE_METATYPE(Answers)
-
-class FaultsTest : public QObject
+class FaultsTest final : public EngineTest
 {
     Q_OBJECT
 
 public:
-    explicit FaultsTest(Sandbox &sandbox)
-        : m_sandbox(sandbox)
-        , m_site(sandbox)
-    {
-    }
+    using EngineTest::EngineTest;
 
 private slots:
     void init()
@@ -97,68 +71,6 @@ private slots:
         m_path = data.filePath("Task.dat"_q);
     }
     void cleanup() { WebDatabase::destroyInstance(); }
-
-    void answers_data()
-    {
-        QTest::addColumn<Answers>("answers"); // the last one for ever
-        QTest::addColumn<bool>("resumed");
-        QTest::addColumn<bool>("succeeds");
-        const HttpResponse whole = EngineFixture::stream(size);
-        const HttpResponse closed = with(whole, [](auto &r) { r.closeBeforeHeaders = true; });
-        const HttpResponse packed = with(whole, [](auto &r) {
-            r.headers = {{"Content-Encoding", "gzip"}};
-        });
-        const HttpResponse tooLong = with(whole, [](auto &r) {
-            r.declaredLength = size + 100;
-            r.bytesPerSecond = 3000000;
-        });
-        const HttpResponse page = HttpResponse::text("<html>Log in first</html>");
-
-        QTest::newRow("reset before the head") << Answers{closed, closed, whole} << false << true;
-        QTest::newRow("206 of everything")
-            << Answers{partial(0, size, "bytes 0-299999/300000")} << false << true;
-        QTest::newRow("206 from the middle")
-            << Answers{partial(half, half, "bytes 150000-299999/300000"), whole} << false << true;
-        QTest::newRow("416") << Answers{HttpResponse::error(416), whole} << false << true;
-        QTest::newRow("503") << Answers{HttpResponse::error(503), whole} << false << true;
-        QTest::newRow("403") << Answers{HttpResponse::error(403)} << false << false;
-        QTest::newRow("redirect") << Answers{HttpResponse::redirect("/x")} << false << false;
-        QTest::newRow("length too large") << Answers{tooLong, whole} << false << true;
-        QTest::newRow("packed") << Answers{packed, whole} << false << true;
-        QTest::newRow("packed for ever") << Answers{packed} << false << false;
-
-        QTest::newRow("reset, resumed") << Answers{closed, closed, whole} << true << true;
-        QTest::newRow("packed, resumed") << Answers{packed, whole} << true << true;
-        QTest::newRow("500, resumed") << Answers{HttpResponse::error(500), whole} << true << true;
-        QTest::newRow("404, resumed") << Answers{HttpResponse::error(404)} << true << false;
-        QTest::newRow("page, resumed") << Answers{page} << true << false;
-        QTest::newRow("206 that says no range")
-            << Answers{partial(half, half, QByteArray()), whole} << true << true;
-        QTest::newRow("206 with a broken range")
-            << Answers{partial(half, half, "bytes 150000/300000"), whole} << true << true;
-        QTest::newRow("206 longer than the whole")
-            << Answers{partial(half, half + 50, "bytes 150000-300049/300000"), whole} << true
-            << true;
-        QTest::newRow("206 of another file")
-            << Answers{partial(half, half, "bytes 150000-299999/300001"), whole} << true << true;
-    }
-
-    void answers()
-    {
-        QFETCH(Answers, answers);
-        QFETCH(bool, resumed);
-        QFETCH(bool, succeeds);
-        m_site.server.setResponses("/stream", answers);
-        const auto job = resumed ? m_site.interruptedJob(half, half, size) : m_site.newJob();
-        job->start();
-        QTRY_VERIFY(!job->isRunning());
-        QCOMPARE(job->record.video_state, succeeds ? JobState::Finished : JobState::Errored);
-        QCOMPARE(m_site.outputFiles(), succeeds ? QStringList{"Clip.mp4"_q} : QStringList());
-        if (succeeds)
-            QVERIFY(isPattern(job->record.output_name, size));
-        if (answers.first().headers.value(0).second == "gzip")
-            QVERIFY(m_sandbox.logLines().contains("Download:Failed(Content-Encoding gzip)"_q));
-    }
 
     void cutAfterEveryByteCount()
     {
@@ -412,8 +324,6 @@ private:
         return ids;
     }
 
-    Sandbox &m_sandbox;
-    EngineFixture m_site;
     QString m_path;
 };
 

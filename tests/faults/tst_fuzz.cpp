@@ -11,7 +11,6 @@
 #include "outputprofilemanager.h"
 #include "pageanalysis.h"
 #include "siteprofile.h"
-#include "testmain.h"
 
 #include <random>
 
@@ -30,33 +29,12 @@ public:
 
     QByteArray next()
     {
-        static const QList<QByteArray> words = {"..",
-                                                "/",
-                                                "\\",
-                                                "../../x",
-                                                "%2e%2e/",
-                                                QByteArray(1, char(0)),
-                                                "\xff\xfe",
-                                                "<",
-                                                ">",
-                                                "\"",
-                                                "&#0;",
-                                                "charset=",
-                                                "|",
-                                                "||",
-                                                "$",
-                                                "-1",
-                                                "x",
-                                                "999999999999999999999",
-                                                "\xed\xa0\x80",
-                                                "\xf0\x9f\x8e\xa5",
-                                                "bytes ",
-                                                "*/*",
-                                                ":",
-                                                ";",
-                                                "=",
-                                                "utf-16",
-                                                "\n"};
+        static const QList<QByteArray> words =
+            QByteArrayLiteral(
+                "..~/~\\~../../x~%2e%2e/~\0~\xff\xfe~<~>~\"~&#0;~charset=~|~||~$~-1~x~"
+                "999999999999999999999~\xed\xa0\x80~\xf0\x9f\x8e\xa5~bytes ~*/*~"
+                ":~;~=~utf-16~\n")
+                .split('~');
         QByteArray text = m_seeds.at(below(m_seeds.size()));
         for (int changes = below(6); changes >= 0; --changes) {
             const int at = below(text.size() + 1);
@@ -98,17 +76,12 @@ QByteArray oneLine(QByteArray text)
 
 } // namespace
 
-class FuzzTest : public QObject
+class FuzzTest final : public EngineTest
 {
     Q_OBJECT
 
 public:
-    explicit FuzzTest(Sandbox &sandbox)
-        : m_sandbox(sandbox)
-        , m_site(sandbox)
-        , m_folder(sandbox.path("fuzz/"_q))
-    {
-    }
+    using EngineTest::EngineTest;
 
 private slots:
     void init()
@@ -268,9 +241,7 @@ private:
         return QDir::cleanPath(path.section(QChar(0), 0, 0)).startsWith(m_folder);
     }
 
-    Sandbox &m_sandbox;
-    EngineFixture m_site;
-    QString m_folder;
+    const QString m_folder = m_sandbox.path("fuzz/"_q);
 };
 
 REELKEEPER_TEST_MAIN(FuzzTest)
