@@ -18,11 +18,19 @@ RetryDelays EngineFixture::quickRetries()
     return {30, 5};
 }
 
-HttpResponse EngineFixture::stream(qint64 bytes)
+HttpResponse EngineFixture::stream(qint64 bytes, qint64 bytesPerSecond)
 {
     HttpResponse response;
     response.generatedBytes = bytes;
+    response.bytesPerSecond = bytesPerSecond;
     response.contentType = "video/mp4";
+    return response;
+}
+
+HttpResponse EngineFixture::page()
+{
+    HttpResponse response = HttpResponse::text("<html></html>");
+    response.headers = {{"Set-Cookie", "id=1; path=/"}, {"Set-Cookie", "lang=en"}};
     return response;
 }
 
@@ -64,9 +72,7 @@ void EngineFixture::clear()
     QDir folder(m_sandbox.outputFolder());
     for (const QString &name : outputFiles())
         folder.remove(name);
-    HttpResponse page = HttpResponse::text("<html></html>");
-    page.headers = {{"Set-Cookie", "id=1; path=/"}, {"Set-Cookie", "lang=en"}};
-    server.setResponse("/watch", page);
+    server.setResponse("/watch", page());
     server.clearRequests();
 }
 

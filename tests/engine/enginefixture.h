@@ -15,7 +15,8 @@ public:
 
     static RetryDelays quickRetries();
     // A stream of that many pattern bytes, as a video.
-    static HttpResponse stream(qint64 bytes);
+    static HttpResponse stream(qint64 bytes, qint64 bytesPerSecond = 0);
+    static HttpResponse page(); // gives two cookies
     VideoInfo info(const QString &title = QStringLiteral("Clip")) const;
     std::unique_ptr<HttpJob> newJob(const QString &title = QStringLiteral("Clip")) const;
     // A job that has those first bytes of the stream in its source file.

@@ -348,12 +348,7 @@ private:
         QVERIFY(OutputProfileManager::instance()->load(path));
     }
 
-    static HttpResponse slowStream(qint64 bytes)
-    {
-        HttpResponse response = EngineFixture::stream(bytes);
-        response.bytesPerSecond = 400000;
-        return response;
-    }
+    static HttpResponse slowStream(qint64 bytes) { return EngineFixture::stream(bytes, 400000); }
 
     // A line since the test began holds all of these texts.
     bool logged(const QStringList &texts) const

@@ -85,9 +85,7 @@ private slots:
 
     void removedJobIsStoppedAndItsFilesGo()
     {
-        HttpResponse slow = EngineFixture::stream(1000000);
-        slow.bytesPerSecond = 100000;
-        m_site.server.setResponse("/stream", slow);
+        m_site.server.setResponse("/stream", EngineFixture::stream(1000000, 100000));
         DownloaderManager manager(EngineFixture::quickRetries());
         HttpJob *job = manager.addJob(m_site.info());
         QTRY_VERIFY(job->record.download_bytes > 0);
@@ -100,9 +98,7 @@ private slots:
 
     void runningAndPausedJobsSurviveTheEnd()
     {
-        HttpResponse slow = EngineFixture::stream(300000);
-        slow.bytesPerSecond = 300000;
-        m_site.server.setResponse("/stream", slow);
+        m_site.server.setResponse("/stream", EngineFixture::stream(300000, 300000));
         qint64 bytes = 0;
         {
             DownloaderManager manager(EngineFixture::quickRetries());

@@ -28,9 +28,8 @@ HttpResponse partial(qint64 first, qint64 bytes, const QByteArray &contentRange)
 // answer of which it saw nothing but the close.
 HttpResponse cutStream()
 {
-    HttpResponse response = EngineFixture::stream(size);
+    HttpResponse response = EngineFixture::stream(size, 2000000);
     response.cutAfter = half;
-    response.bytesPerSecond = 2000000;
     response.headers = {{"Set-Cookie", "edge=9"}}; // nothing that the page gave
     return response;
 }
@@ -235,9 +234,7 @@ private slots:
 
     void pauseKeepsEveryByteAndSaysNothingMore()
     {
-        HttpResponse slow = EngineFixture::stream(size);
-        slow.bytesPerSecond = 400000;
-        m_site.server.setResponse("/stream", slow);
+        m_site.server.setResponse("/stream", EngineFixture::stream(size, 400000));
         const auto job = m_site.newJob();
         QSignalSpy ended(job.get(), &HttpJob::sigFinished);
         job->start();

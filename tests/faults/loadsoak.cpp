@@ -19,10 +19,7 @@ bool soakLoad(Sandbox &sandbox, int seconds, unsigned seed)
     sandbox.loadOptions();
     EngineFixture site(sandbox);
     site.server.setHandler("/stream", [](const HttpRequest &request) {
-        HttpResponse response =
-            EngineFixture::stream(request.target.split('=').last().toLongLong());
-        response.bytesPerSecond = 100000;
-        return response;
+        return EngineFixture::stream(request.target.split('=').last().toLongLong(), 100000);
     });
     if (!WebDatabase::instance()->Init())
         return false;

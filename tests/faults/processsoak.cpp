@@ -30,15 +30,11 @@ public:
         , m_random(seed)
     {
         m_site.server.setHandler("/stream", [](const HttpRequest &request) {
-            const qint64 size = request.target.split('=').last().toLongLong();
-            HttpResponse response = EngineFixture::stream(size);
-            response.bytesPerSecond = 1500000;
-            return response;
+            return EngineFixture::stream(request.target.split('=').last().toLongLong(), 1500000);
         });
-        HttpResponse video = EngineFixture::stream(-1);
+        HttpResponse video = EngineFixture::stream(-1, 400000);
         video.file = samplePath(Sample::Flv);
         video.contentType = "video/x-flv";
-        video.bytesPerSecond = 400000;
         m_site.server.setResponse("/video", video);
         qputenv("REELKEEPER_UPDATE_HOST", "127.0.0.1:" + QByteArray::number(m_site.server.port()));
     }
@@ -130,10 +126,7 @@ private:
         if (m_nextId % 4 == 1) { // complete, but its end was never heard of
             job->record.video_mame =
                 Options::instance()->outputFolder + job->record.guid + ".mp4"_q;
-            QByteArray bytes;
-            for (qint64 i = 0; i < size; ++i)
-                bytes += patternByte(i);
-            writeFile(job->record.video_mame, bytes);
+            writeFile(job->record.video_mame, pattern(0, size));
             job->record.download_bytes = size;
             job->record.total_bytes = size;
         }

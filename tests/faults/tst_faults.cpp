@@ -112,12 +112,10 @@ private slots:
         QFETCH(qint64, stallAfter);
         const HttpResponse whole = EngineFixture::stream(size);
         m_site.server.setResponse("/stream", whole);
-        HttpResponse page = HttpResponse::text("<html></html>");
-        page.headers = {{"Set-Cookie", "id=1"}};
         HttpResponse silent = whole;
         silent.stallAfter = stallAfter;
         silent.stallBeforeHeaders = stallAfter < 0;
-        m_site.server.setResponses(path, {silent, path == "/watch" ? page : whole});
+        m_site.server.setResponses(path, {silent, path == "/watch" ? m_site.page() : whole});
         HttpJob job(RetryDelays{30, 5, 200});
         job.init(m_site.info(), 1);
         job.start();
@@ -128,9 +126,7 @@ private slots:
 
     void slowIsNotSilent()
     {
-        HttpResponse slow = EngineFixture::stream(9000);
-        slow.bytesPerSecond = 9000;
-        m_site.server.setResponse("/stream", slow);
+        m_site.server.setResponse("/stream", EngineFixture::stream(9000, 9000));
         HttpJob job(RetryDelays{30, 5, 400});
         job.init(m_site.info(), 1);
         job.start();
@@ -141,9 +137,8 @@ private slots:
 
     void sourceDeletedBehindTheTransfer()
     {
-        HttpResponse slow = EngineFixture::stream(size);
-        slow.bytesPerSecond = 600000;
-        m_site.server.setResponses("/stream", {slow, EngineFixture::stream(size)});
+        m_site.server.setResponses(
+            "/stream", {EngineFixture::stream(size, 600000), EngineFixture::stream(size)});
         const auto job = m_site.newJob();
         job->start();
         QTRY_VERIFY(job->record.download_bytes > 1000);
@@ -261,9 +256,7 @@ private slots:
     void changesAreToldOnce()
     {
         QVERIFY(WebDatabase::instance()->Init());
-        HttpResponse slow = EngineFixture::stream(size);
-        slow.bytesPerSecond = 1000;
-        m_site.server.setResponse("/stream", slow);
+        m_site.server.setResponse("/stream", EngineFixture::stream(size, 1000));
         DownloaderManager manager(EngineFixture::quickRetries());
         QSignalSpy changed(&manager, &DownloaderManager::sigJobsChanged);
         const std::function<void()> actions[] = {
