@@ -216,6 +216,25 @@ private slots:
         QCOMPARE(storedIds().size(), 20);
     }
 
+    void readOnlyOutputFolder()
+    {
+        const auto readable = QFile::ReadOwner | QFile::ExeOwner | QFile::ReadGroup |
+                              QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther;
+        QVERIFY(QFile::setPermissions(m_sandbox.path(), readable | QFile::WriteOwner));
+        QVERIFY(QFile::setPermissions(m_sandbox.outputFolder(), readable));
+        m_site.server.setResponse("/stream", EngineFixture::stream(1000));
+        const auto job = m_site.newJob();
+        {
+            const Unprivileged user;
+            job->start();
+            QTRY_COMPARE(job->record.video_state, JobState::Errored);
+        }
+        QVERIFY(QFile::setPermissions(m_sandbox.outputFolder(), readable | QFile::WriteOwner));
+        QCOMPARE(m_site.outputFiles(), QStringList());
+        job->start();
+        QTRY_COMPARE(job->record.video_state, JobState::Finished);
+    }
+
     // Either every job is still there, or the whole file is, beside a list that works.
     void damagedJobList_data()
     {
