@@ -3,7 +3,6 @@
 #include "outputprofilemanager.h"
 #include "support.h"
 
-#include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QFile>
@@ -72,13 +71,7 @@ int main(int argc, char **argv)
 {
     Sandbox sandbox;
     QCoreApplication application(argc, argv);
-    QCommandLineParser parser;
-    const QCommandLineOption sizeOption(QStringLiteral("size"), QStringLiteral("Length in MiB."),
-                                        QStringLiteral("MiB"), QStringLiteral("1024"));
-    parser.addOption(sizeOption);
-    parser.addHelpOption();
-    parser.process(application);
-    const qint64 size = parser.value(sizeOption).toLongLong() * MiB;
+    const qint64 size = askedSize(application, 1024);
     sandbox.loadOptions();
 
     const QString source = sandbox.path(QStringLiteral("source.flv"));

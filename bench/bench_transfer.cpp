@@ -1,7 +1,6 @@
 #include "httpjob.h"
 #include "support.h"
 
-#include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDir>
 #include <QEventLoop>
@@ -64,13 +63,7 @@ int main(int argc, char **argv)
 {
     Sandbox sandbox;
     QCoreApplication application(argc, argv);
-    QCommandLineParser parser;
-    const QCommandLineOption sizeOption(QStringLiteral("size"), QStringLiteral("Length in MiB."),
-                                        QStringLiteral("MiB"), QStringLiteral("2048"));
-    parser.addOption(sizeOption);
-    parser.addHelpOption();
-    parser.process(application);
-    const qint64 size = parser.value(sizeOption).toLongLong() * MiB;
+    const qint64 size = askedSize(application, 2048);
     sandbox.loadOptions();
 
     const QString file = sandbox.path(QStringLiteral("fetched"));

@@ -3,6 +3,7 @@
 #include "downloadermanager.h"
 #include "httpserver.h"
 
+#include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QFile>
 #include <QStandardPaths>
@@ -100,6 +101,17 @@ qint64 memoryPeak()
 qint64 memoryNow()
 {
     return statusValue("VmRSS") * 1024;
+}
+
+qint64 askedSize(const QCoreApplication &application, int usualMiB)
+{
+    QCommandLineParser parser;
+    const QCommandLineOption size(QStringLiteral("size"), QStringLiteral("Length in MiB."),
+                                  QStringLiteral("MiB"), QString::number(usualMiB));
+    parser.addOption(size);
+    parser.addHelpOption();
+    parser.process(application);
+    return parser.value(size).toLongLong() * MiB;
 }
 
 void giveUp(const QString &why)

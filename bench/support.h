@@ -12,6 +12,7 @@
 #include <functional>
 
 class DownloaderManager;
+class QCoreApplication;
 
 constexpr qint64 MiB = 1024 * 1024;
 constexpr int Runs = 5; // of everything a median is taken of
@@ -40,6 +41,8 @@ struct Cost
 // Runs a program to its end, its output thrown away; ends this process when the program fails.
 Cost runTool(const QStringList &command);
 bool haveTool(const QString &name);
+// Bytes of the long input: what --size says in MiB, else usualMiB.
+qint64 askedSize(const QCoreApplication &application, int usualMiB);
 [[noreturn]] void giveUp(const QString &why);
 
 // The longest time in which the event loop of this thread did not come round.
