@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <utility>
 
 // The program's one copy of a class that can be built anywhere else as well: created on first use,
 // deleted at a fixed place of the shut-down, made anew by a later use. The first use and the
@@ -9,11 +10,13 @@ template <typename Class>
 class ProcessInstance final
 {
 public:
-    static Class *get()
+    // The arguments are for the first use.
+    template <typename... Arguments>
+    static Class *get(Arguments &&...arguments)
     {
         Class *object = s_object.load();
         if (!object) {
-            object = new Class;
+            object = new Class(std::forward<Arguments>(arguments)...);
             s_object.store(object);
         }
         return object;
