@@ -16,12 +16,16 @@
 
 #include <algorithm>
 
-OutputProfileManager::OutputProfileManager() = default;
+OutputProfileManager::OutputProfileManager(Options &options)
+    : m_options(options)
+{
+}
+
 OutputProfileManager::~OutputProfileManager() = default;
 
 OutputProfileManager *OutputProfileManager::instance()
 {
-    return ProcessInstance<OutputProfileManager>::get();
+    return ProcessInstance<OutputProfileManager>::get(*Options::instance());
 }
 
 void OutputProfileManager::destroyInstance()
@@ -61,8 +65,8 @@ bool OutputProfileManager::load(const QString &path)
         }
     }
     // A stored choice that no longer exists stays stored, and nothing is current.
-    setSourceQuality(Options::instance()->sourceQuality);
-    setOutputFormat(Options::instance()->outputFormat);
+    setSourceQuality(m_options.sourceQuality);
+    setOutputFormat(m_options.outputFormat);
     return true;
 }
 
@@ -119,7 +123,7 @@ bool OutputProfileManager::setSourceQuality(int index)
 {
     if (index < 0 || index >= m_qualities.size())
         return false;
-    Options::instance()->sourceQuality = index;
+    m_options.sourceQuality = index;
     return true;
 }
 
@@ -142,7 +146,7 @@ bool OutputProfileManager::setOutputFormat(int id)
     }
     if (!chosen)
         return false;
-    Options::instance()->outputFormat = id;
+    m_options.outputFormat = id;
     LogFile::instance()->write(QStringLiteral("Output format:"), chosen->display);
     m_current = chosen;
     return true;
@@ -198,7 +202,7 @@ static int nearestStream(const QVector<Candidate> &candidates, int width)
 
 int OutputProfileManager::matchQuality(const QVector<VideoStream> &streams, int quality) const
 {
-    const int chosen = quality == -1 ? Options::instance()->sourceQuality : quality;
+    const int chosen = quality == -1 ? m_options.sourceQuality : quality;
     const int last = m_qualities.size() - 1;
     // A stored index outlives the list it was chosen from. The last quality, the largest stream, is
     // the mistake that loses nothing: a picture can be made smaller later, never larger.
@@ -235,7 +239,6 @@ std::unique_ptr<Encoder> OutputProfileManager::createEncoder(JobData &job) const
     const SaveAsItem *item = job.output_format == 0 ? nullptr : itemById(job.output_format);
     if (!item)
         return nullptr;
-    const Options &options = *Options::instance();
     const EncoderSize size = encoderSize(*item, job.video_dimension);
     if (size.unknown) {
         LogFile::instance()->write(
@@ -243,8 +246,8 @@ std::unique_ptr<Encoder> OutputProfileManager::createEncoder(JobData &job) const
             QStringLiteral("Unknown frame size(%1), no padding.").arg(job.video_dimension));
     }
     job.output_demision = size.dimension;
-    job.output_name = encoderOutputPath(options.outputFolder, job.guid, *item, size.dimension,
-                                        options.appendDeviceName);
+    job.output_name = encoderOutputPath(m_options.outputFolder, job.guid, *item, size.dimension,
+                                        m_options.appendDeviceName);
     job.outputFormatName = item->display;
     const QString command = encoderArguments(item->value, size.argument, job.output_name);
     LogFile::instance()->write(QStringLiteral("Command Line:"), command);

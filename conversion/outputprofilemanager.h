@@ -9,6 +9,7 @@
 #include <vector>
 
 class Encoder;
+class Options;
 class QDomNode;
 struct JobData;
 
@@ -42,7 +43,8 @@ struct VideoQuality
 class OutputProfileManager final
 {
 public:
-    OutputProfileManager();
+    // options: not owned, must outlive the manager; holds the person's choices.
+    explicit OutputProfileManager(Options &options);
     ~OutputProfileManager();
     static OutputProfileManager *instance();
     static void destroyInstance();
@@ -77,6 +79,7 @@ private:
     bool loadQualities(const QDomNode &element);
     bool loadGroups(const QDomNode &element);
 
+    Options &m_options;
     QString m_programFolder;
     std::vector<std::unique_ptr<SaveAsGroup>> m_groups;
     QVector<VideoQuality> m_qualities;

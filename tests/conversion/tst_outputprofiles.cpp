@@ -33,7 +33,7 @@ private slots:
 
     void damagedProfilesAreRefused()
     {
-        OutputProfileManager profiles;
+        OutputProfileManager profiles(*Options::instance());
         QVERIFY(!load(profiles, "<save_as>"));
         const QByteArray good = formats(item(1, "one"));
         QVERIFY(load(profiles, "<!-- c --><x/>" + good + qualities));
@@ -54,7 +54,7 @@ private slots:
         Options &options = *Options::instance();
         options.outputFormat = 7;
         options.sourceQuality = 3;
-        OutputProfileManager profiles;
+        OutputProfileManager profiles(*Options::instance());
         QVERIFY(load(profiles, qualities + formats(item(1, "first")) +
                                    formats(item(1, "last") + item(1, "hidden"))));
         // A stored choice that is no longer there stays stored.
@@ -90,7 +90,7 @@ private slots:
             stream.type = text.section(QLatin1Char(' '), 1);
             streams << stream;
         }
-        OutputProfileManager profiles;
+        OutputProfileManager profiles(*Options::instance());
         QVERIFY(load(profiles, qualities));
         Options::instance()->sourceQuality = 1;
         QTEST(profiles.matchQuality(streams, quality), "stream");
@@ -134,7 +134,7 @@ private slots:
 
     void buildsCommands()
     {
-        OutputProfileManager profiles;
+        OutputProfileManager profiles(*Options::instance());
         QVERIFY(load(profiles, formats(item(0, "as it is") + item(5, "Pho\\ne/"))));
         const QString folder = m_sandbox.path("the \"odd\"  $size\"/"_q);
         Options::instance()->outputFolder = folder;

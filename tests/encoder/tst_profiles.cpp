@@ -1,6 +1,7 @@
 #include "adapterprocess.h"
 #include "encodercommand.h"
 #include "literals.h"
+#include "options.h"
 #include "outputprofilemanager.h"
 #include "samples.h"
 #include "testmain.h"
@@ -16,11 +17,7 @@ public:
     using SandboxTest::SandboxTest;
 
 private slots:
-    void initTestCase()
-    {
-        m_sandbox.loadOptions();
-        QVERIFY(m_profiles.load(QStringLiteral(PROFILES)));
-    }
+    void initTestCase() { QVERIFY(m_profiles.load(QStringLiteral(PROFILES))); }
 
     void listsAreInOrder()
     {
@@ -67,7 +64,8 @@ private slots:
     }
 
 private:
-    OutputProfileManager m_profiles;
+    Options m_options;
+    OutputProfileManager m_profiles{m_options};
 };
 
 REELKEEPER_TEST_MAIN(ProfilesTest)

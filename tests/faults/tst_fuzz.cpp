@@ -157,7 +157,7 @@ private slots:
         int loaded = 0;
         for (int i = 0; i < cases; ++i) {
             QVERIFY(writeFile(path, fuzzer.next()));
-            OutputProfileManager manager;
+            OutputProfileManager manager(*Options::instance());
             if (!manager.load(path))
                 continue;
             ++loaded;
@@ -179,7 +179,7 @@ private slots:
     {
         Fuzzer fuzzer({"640x360$61$t$mp4|http://h/a?b=c%20d||320x240$61$$x-flv|h/e",
                        "$Error:1x1$1$$mp4|u", "||||"});
-        OutputProfileManager manager;
+        OutputProfileManager manager(*Options::instance());
         QVERIFY(manager.load(QStringLiteral(PROFILES)));
         for (int i = 0; i < cases; ++i) {
             const QString text = QString::fromUtf8(fuzzer.next());
