@@ -1,6 +1,7 @@
 #include "appinfo.h"
 #include "mainwindow.h"
 #include "platform.h"
+#include "product.h"
 #include "resources.h"
 #include "singleapplication.h"
 
@@ -74,7 +75,7 @@ int main(int argc, char **argv)
     }
     styleSheet.close();
 
-    QCoreApplication::setOrganizationName(QStringLiteral("Quarnitek"));
+    QCoreApplication::setOrganizationName(product::maker());
     QCoreApplication::setApplicationName(title);
     return run(application, show);
 }

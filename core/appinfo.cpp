@@ -1,6 +1,7 @@
 #include "appinfo.h"
 
 #include "instance.h"
+#include "product.h"
 #include "texts.h"
 
 #include <QUrl>
@@ -13,8 +14,8 @@ static QString hostSetting(const char *variable, const QString &builtIn)
 }
 
 AppInfo::AppInfo()
-    : title(QStringLiteral("Corvane Reelkeeper"))
-    , productName(QStringLiteral("Reelkeeper"))
+    : title(product::title())
+    , productName(product::name())
     , build(QStringLiteral("Build 438"))
     , versionText(QStringLiteral("Reelkeeper 1.0"))
     , helpUrl(QStringLiteral("https://www.quarnitek.example/reelkeeper/help"))

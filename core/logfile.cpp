@@ -1,19 +1,13 @@
 #include "logfile.h"
 
-#include "appinfo.h"
 #include "instance.h"
-#include "options.h"
+#include "platform.h"
+#include "product.h"
 #include "trace.h"
 
 #include <QDate>
 #include <QDir>
 #include <QTextStream>
-
-LogFile::LogFile()
-{
-    if (Options::instance()->enableLogging)
-        open();
-}
 
 LogFile::~LogFile()
 {
@@ -41,7 +35,7 @@ bool LogFile::open()
     const QString folder = QDir::tempPath();
     if (folder.isEmpty())
         return false;
-    const QString stem = folder + QLatin1Char('/') + AppInfo::instance()->title + QLatin1Char('-') +
+    const QString stem = folder + QLatin1Char('/') + product::title() + QLatin1Char('-') +
                          QDate::currentDate().toString(QStringLiteral("yyyy-M-d"));
     QString path = stem + QStringLiteral(".log");
     for (int number = 0;; ++number) {
@@ -49,9 +43,10 @@ bool LogFile::open()
             TRACE() << "Log file:" << path;
             setFileName(path);
             // A second program may take the same name between the look and the creation.
-            m_opened = QFile::open(QIODevice::ReadWrite | QIODevice::NewOnly);
-            if (m_opened || !QFile::exists(path))
-                return m_opened;
+            if (platform::createPrivateFile(path))
+                return m_opened = QFile::open(QIODevice::ReadWrite | QIODevice::ExistingOnly);
+            if (!QFile::exists(path))
+                return false;
         }
         path = stem + QLatin1Char('_') + QString::number(number) + QStringLiteral(".log");
     }

@@ -4,18 +4,17 @@
 #include <QMutex>
 #include <QString>
 
-// The diagnostic log: one line per event, flushed at once, written only when the hidden setting
-// "Enable Logging" is on.
+// The diagnostic log: one line per event, flushed at once. Nothing is written until it is opened,
+// which the start-up does when the hidden setting "Enable Logging" is on.
 class LogFile final : public QFile
 {
     Q_OBJECT
     Q_DISABLE_COPY(LogFile)
 
 public:
-    LogFile();
+    LogFile() = default;
     ~LogFile() override;
-    // Created on first use, and opened then when Options::enableLogging is on: load the options
-    // first. The first use happens on the user-interface thread.
+    // Created on first use, which happens on the user-interface thread.
     static LogFile *instance();
     static void destroyInstance();
 

@@ -1,7 +1,7 @@
 #include "messagebox.h"
 
-#include "appinfo.h"
 #include "platform.h"
+#include "product.h"
 
 #include <QPointer>
 
@@ -22,7 +22,7 @@ QMessageBox::StandardButton showMessageBox(QMessageBox::Icon icon, const QString
                                            QMessageBox::StandardButton defaultButton)
 {
     QMessageBox box(mainWindow());
-    box.setWindowTitle(title.isEmpty() ? AppInfo::instance()->productName : title);
+    box.setWindowTitle(title.isEmpty() ? product::name() : title);
     box.setIcon(icon);
     // Titles of videos and names of files are no markup.
     box.setTextFormat(Qt::PlainText);

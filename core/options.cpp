@@ -1,27 +1,22 @@
 #include "options.h"
 
-#include "appinfo.h"
 #include "files.h"
 #include "instance.h"
 #include "platform.h"
+#include "product.h"
 #include "windowplace.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QTableWidget>
 
-static QString maker()
-{
-    return QStringLiteral("Quarnitek");
-}
-
 // The settings of one sub-key.
 class SubKey final : public QSettings
 {
 public:
     explicit SubKey(const QString &name)
-        : QSettings(QSettings::NativeFormat, QSettings::UserScope, maker(),
-                    AppInfo::instance()->title)
+        : QSettings(QSettings::NativeFormat, QSettings::UserScope, product::maker(),
+                    product::title())
     {
         setFallbacksEnabled(false);
         beginGroup(name);
@@ -54,7 +49,7 @@ static bool readFlag(const QSettings &settings, const QString &key, bool default
 }
 
 Options::Options()
-    : m_settings(QSettings::NativeFormat, QSettings::UserScope, maker(), AppInfo::instance()->title)
+    : m_settings(QSettings::NativeFormat, QSettings::UserScope, product::maker(), product::title())
 {
     m_settings.setFallbacksEnabled(false);
     m_settings.beginGroup(QStringLiteral("Options"));
@@ -190,7 +185,7 @@ QString Options::appDataPath() const
         path = QDir::tempPath();
     path = QDir::toNativeSeparators(path);
     ensureTrailingSeparator(path);
-    path += maker() + QDir::separator() + AppInfo::instance()->title + QDir::separator();
+    path += product::maker() + QDir::separator() + product::title() + QDir::separator();
     ensureDir(path);
     return path;
 }
@@ -204,5 +199,5 @@ QString Options::defaultOutputFolder()
         path = QCoreApplication::applicationDirPath();
     path = QDir::toNativeSeparators(path);
     ensureTrailingSeparator(path);
-    return path + AppInfo::instance()->title + QDir::separator();
+    return path + product::title() + QDir::separator();
 }

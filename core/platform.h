@@ -45,6 +45,9 @@ QString documentsFolder(); // empty when there is none
 QString videosFolder();
 QString applicationDataFolder();
 
+// Creates an empty file that nobody but the user can read; false when there is one already. What
+// the person does is nobody else's, and folders for temporary files are everybody's. Any thread.
+bool createPrivateFile(const QString &path);
 // True when the file was there and is gone. The room of a large file is given back in the
 // background. Any thread.
 bool removeFile(const QString &path);

@@ -206,6 +206,15 @@ QString platform::applicationDataFolder()
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
 }
 
+bool platform::createPrivateFile(const QString &path)
+{
+    const int handle = open(QFile::encodeName(path).constData(),
+                            O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (handle >= 0)
+        close(handle);
+    return handle >= 0;
+}
+
 bool platform::removeFile(const QString &path)
 {
     // Taking a name away is quick; giving back the blocks of gigabytes is not, and happens when the

@@ -40,6 +40,8 @@ MainWindow::MainWindow(bool show, QWidget *parent)
 {
     Options *options = Options::instance();
     options->load();
+    if (options->enableLogging)
+        LogFile::instance()->open();
     updateScripts();
     buildForm();
     setMainWindow(this);

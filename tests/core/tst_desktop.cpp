@@ -87,7 +87,6 @@ private slots:
         QVERIFY(answer.isEmpty() || m_bus.registerService("org.freedesktop.login1"_q));
         m_services.expect(answer);
         m_sandbox.loadOptions(true);
-        LogFile::destroyInstance();
         QWidget window;
         window.show();
         QVERIFY(CloseSystem(mode, &window));

@@ -43,23 +43,23 @@ private slots:
 
     void everyRunHasItsOwnLog()
     {
-        m_sandbox.loadOptions(false);
         LogFile().write("Failed:"_q, "nobody reads this"_q);
         QCOMPARE(m_sandbox.logLines(), QStringList());
-        m_sandbox.loadOptions(true);
         const QString day = QDate::currentDate().toString("yyyy-M-d"_q);
         for (const char *end : {".log", "_0.log", "_1.log"}) {
             LogFile log;
+            QVERIFY(log.open());
             log.write("Failed:"_q, QString::fromLatin1(end));
             const QString name = "Corvane Reelkeeper-"_q + day + QLatin1String(end);
             QCOMPARE(readFile(QDir::temp().filePath(name)), "Failed:" + QByteArray(end) + "\r\n");
+            QCOMPARE(int(log.permissions() & 0x77), 0); // nobody else reads it
         }
     }
 
     void linesOfThreadsStayWhole()
     {
-        m_sandbox.loadOptions(true);
         LogFile log;
+        QVERIFY(log.open());
         const auto writeLines = [&log]() {
             for (int line = 0; line < 100; ++line)
                 log.write("Read page:"_q, "a"_q.repeated(50000));

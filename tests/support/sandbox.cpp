@@ -1,6 +1,7 @@
 #include "sandbox.h"
 
 #include "literals.h"
+#include "logfile.h"
 #include "options.h"
 
 #include <QDir>
@@ -79,6 +80,9 @@ void Sandbox::loadOptions(bool logging)
         settings.sync();
     }
     Options::instance()->load();
+    LogFile::destroyInstance();
+    if (logging)
+        LogFile::instance()->open();
 }
 
 QStringList Sandbox::logLines() const

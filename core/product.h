@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+
+// The fixed strings of the product that places on disk and messages are named after, for who needs
+// nothing else of AppInfo.
+namespace product {
+
+inline QString title()
+{
+    return QStringLiteral("Corvane Reelkeeper");
+}
+inline QString name()
+{
+    return QStringLiteral("Reelkeeper");
+}
+inline QString maker()
+{
+    return QStringLiteral("Quarnitek");
+}
+
+} // namespace product
