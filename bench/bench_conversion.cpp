@@ -2,6 +2,7 @@
 #include "options.h"
 #include "outputprofilemanager.h"
 #include "support.h"
+#include "surroundings.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -46,7 +47,7 @@ void makeSource(const QString &clip, const QString &source, qint64 size)
 
 double convertByJob(const BenchServer &server, GapMeter *gaps, double *longestGap)
 {
-    HttpJob job({1000, 100});
+    HttpJob job(testSurroundings({1000, 100}));
     job.init(server.video(QStringLiteral("Conversion"), QStringLiteral("/file")), 1);
     QEventLoop loop;
     QObject::connect(&job, &HttpJob::sigFinished, &loop, &QEventLoop::quit);

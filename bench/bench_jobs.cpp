@@ -4,6 +4,7 @@
 #include "options.h"
 #include "resources.h"
 #include "support.h"
+#include "surroundings.h"
 #include "webdatabase.h"
 
 #include <QApplication>
@@ -21,14 +22,14 @@ const QString Millisecond = QStringLiteral("ms");
 
 void measureStore(const QString &video, int count)
 {
-    DownloaderManager filled;
+    DownloaderManager filled(testSurroundings());
     addFinishedJobs(&filled, count, video);
     if (!WebDatabase::instance()->Init())
         giveUp(QStringLiteral("no job database"));
     const double save = medianMilliseconds([&] { WebDatabase::instance()->Save(&filled); });
     QVector<double> loads;
     for (int run = 0; run < Runs; ++run) {
-        DownloaderManager loaded; // its end saves and closes the database
+        DownloaderManager loaded(testSurroundings()); // its end saves and closes the database
         WebDatabase::instance()->Init();
         loads += milliseconds([&] { WebDatabase::instance()->Read(&loaded); });
         if (int(loaded.jobs().size()) != count)

@@ -1,5 +1,6 @@
 #include "downloadermanager.h"
 #include "support.h"
+#include "surroundings.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -24,7 +25,7 @@ struct Use
 
 double fetchByJobs(const BenchServer &server, Use *use)
 {
-    DownloaderManager manager({1000, 100});
+    DownloaderManager manager(testSurroundings({1000, 100}));
     QEventLoop loop;
     QObject::connect(&manager, &DownloaderManager::sigAllFinished, &loop, &QEventLoop::quit);
     QTimer sampler;

@@ -2,6 +2,7 @@
 #include "httpserver.h"
 #include "options.h"
 #include "support.h"
+#include "surroundings.h"
 #include "webdatabase.h"
 
 #include <QCoreApplication>
@@ -74,7 +75,7 @@ int main(int argc, char **argv)
     for (int count : {10, 10000}) {
         WebDatabase::instance()->Init();
         {
-            DownloaderManager manager; // saved at its end
+            DownloaderManager manager(testSurroundings()); // saved at its end
             addFinishedJobs(&manager, count, video);
         }
         QVector<double> times;

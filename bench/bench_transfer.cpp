@@ -1,5 +1,6 @@
 #include "httpjob.h"
 #include "support.h"
+#include "surroundings.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -23,7 +24,7 @@ struct Tool
 // One stream through a job, as the program fetches it.
 Cost fetchByJob(const BenchServer &server, qint64 size, GapMeter *gaps, double *longestGap)
 {
-    HttpJob job({1000, 100});
+    HttpJob job(testSurroundings({1000, 100}));
     job.init(server.video(QStringLiteral("Transfer"), server.streamPath(size)), 1);
     QEventLoop loop;
     QObject::connect(&job, &HttpJob::sigFinished, &loop, &QEventLoop::quit);

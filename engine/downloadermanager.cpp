@@ -1,12 +1,15 @@
 #include "downloadermanager.h"
 
+#include "cjslib.h"
 #include "instance.h"
+#include "options.h"
+#include "outputprofilemanager.h"
 #include "webdatabase.h"
 
 #include <QSqlQuery>
 
-DownloaderManager::DownloaderManager(const RetryDelays &delays)
-    : m_delays(delays)
+DownloaderManager::DownloaderManager(const JobSurroundings &surroundings)
+    : m_surroundings(surroundings)
 {
     m_changed.setSingleShot(true);
     m_changed.setInterval(0);
@@ -27,7 +30,8 @@ DownloaderManager::~DownloaderManager()
 
 DownloaderManager *DownloaderManager::instance()
 {
-    return ProcessInstance<DownloaderManager>::get();
+    return ProcessInstance<DownloaderManager>::get(JobSurroundings{
+        *Options::instance(), *OutputProfileManager::instance(), *CJSLib::instance(), {}});
 }
 
 void DownloaderManager::destroyInstance()
@@ -45,7 +49,7 @@ int DownloaderManager::nextId() const
 
 std::unique_ptr<HttpJob> DownloaderManager::newJob() const
 {
-    return std::make_unique<HttpJob>(m_delays);
+    return std::make_unique<HttpJob>(m_surroundings);
 }
 
 HttpJob *DownloaderManager::registerJob(std::unique_ptr<HttpJob> job)

@@ -30,12 +30,12 @@ class DownloaderManager final : public QObject
     Q_DISABLE_COPY(DownloaderManager)
 
 public:
-    explicit DownloaderManager(const RetryDelays &delays = RetryDelays());
+    explicit DownloaderManager(const JobSurroundings &surroundings);
     ~DownloaderManager() override; // stops unfinished jobs and saves all
     static DownloaderManager *instance();
     static void destroyInstance();
 
-    std::unique_ptr<HttpJob> newJob() const;         // empty, with the manager's retry delays
+    std::unique_ptr<HttpJob> newJob() const;         // empty
     HttpJob *addJob(const VideoInfo &info);          // created and started; owned by the manager
     void addLoadedJob(std::unique_ptr<HttpJob> job); // not started
     HttpJob *findJob(int id) const;                  // null: none that is not removed
@@ -70,7 +70,7 @@ private:
     void tellChanges();
     HttpJob *registerJob(std::unique_ptr<HttpJob> job);
 
-    RetryDelays m_delays;
+    const JobSurroundings m_surroundings;
     bool m_startingMany = false;
     QTimer m_changed; // runs from the first change until it is told
     std::vector<std::unique_ptr<HttpJob>> m_jobs;

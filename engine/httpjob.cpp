@@ -26,8 +26,8 @@ void writeLog(const char *tag, const QString &text)
 
 } // namespace
 
-HttpJob::HttpJob(const RetryDelays &delays)
-    : m_delays(delays)
+HttpJob::HttpJob(const JobSurroundings &surroundings)
+    : m_surroundings(surroundings)
     , m_startTick(platform::tickCount())
 {
     m_retryTimer.setSingleShot(true);
@@ -64,8 +64,8 @@ void HttpJob::init(const VideoInfo &info, int id)
     record.convertedSeconds = 0;
     record.changeFlags.clear(~0u);
     record.spend_time = 0;
-    record.output_format = Options::instance()->outputFormat;
-    record.quality_index = Options::instance()->sourceQuality;
+    record.output_format = m_surroundings.options.outputFormat;
+    record.quality_index = m_surroundings.options.sourceQuality;
     record.guid = newGuidText();
     record.download_time = dayOfYear();
 }
@@ -108,7 +108,8 @@ void HttpJob::startTransfer()
     }
     if (m_thread)
         m_thread->abandon();
-    m_thread = new HttpThread(this, m_delays.stall);
+    m_thread =
+        new HttpThread(this, m_surroundings.options.outputFolder, m_surroundings.delays.stall);
     m_startTick = platform::tickCount();
     m_thread->start(QThread::InheritPriority);
 }
@@ -208,7 +209,7 @@ void HttpJob::prepareConversion()
     if (record.output_format == 0 || m_encoder)
         return;
     const QString before = record.output_name;
-    m_encoder = OutputProfileManager::instance()->createEncoder(record);
+    m_encoder = m_surroundings.profiles.createEncoder(record);
     // The folder or the name may have changed since the last attempt wrote a part of it.
     if (m_encoder && before.contains(record.guid) && before != record.output_name)
         platform::removeFile(before);
@@ -278,7 +279,7 @@ void HttpJob::onDownloadFinished()
         }
         writeLog("Download:", QStringLiteral("Failed(retry %1 times)").arg(m_restartCount));
         TRACE() << "restart job" << m_restartCount;
-        retryIn(m_delays.shortTransfer);
+        retryIn(m_surroundings.delays.shortTransfer);
         return;
     }
     writeLog("Download Finished:", QStringLiteral("Content Length:%1,Byte Write(File):%2")
@@ -365,7 +366,7 @@ void HttpJob::onDownloadRetry()
 void HttpJob::onRetry()
 {
     --m_restartCount;
-    retryIn(m_delays.networkError);
+    retryIn(m_surroundings.delays.networkError);
 }
 
 void HttpJob::onDownloadError(qint32 err)

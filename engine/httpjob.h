@@ -1,6 +1,7 @@
 #pragma once
 
 #include "jobrecord.h"
+#include "jobsurroundings.h"
 #include "videoinfo.h"
 
 #include <QByteArray>
@@ -13,14 +14,6 @@ class Encoder;
 class FileReader;
 class HttpThread;
 
-// How long a job waits before it tries again, and for a server that says nothing, in milliseconds.
-struct RetryDelays
-{
-    int networkError = 60000;
-    int shortTransfer = 3000;
-    int stall = 60000;
-};
-
 // One download job: starts and stops its transfer, retries, feeds the encoder, and brings the job
 // to its end. User-interface thread.
 class HttpJob final : public QObject
@@ -29,7 +22,7 @@ class HttpJob final : public QObject
     Q_DISABLE_COPY(HttpJob)
 
 public:
-    explicit HttpJob(const RetryDelays &delays = RetryDelays());
+    explicit HttpJob(const JobSurroundings &surroundings);
     ~HttpJob() override;
 
     void init(const VideoInfo &info, int id);
@@ -41,6 +34,8 @@ public:
     qint32 elapsed() const; // milliseconds the job has run
     bool canStart() const;
     bool isRunning() const;
+
+    const JobSurroundings &surroundings() const { return m_surroundings; }
 
     JobRecord record;
     bool removed = false; // set by the manager: the job is skipped everywhere
@@ -79,7 +74,7 @@ private:
     // Bytes that may wait for the encoder's child while the rest of a file is handed over.
     static constexpr qint64 maxPendingInput = 4 * 1024 * 1024;
 
-    RetryDelays m_delays;
+    const JobSurroundings m_surroundings;
     HttpThread *m_thread = nullptr; // child; deletes itself once abandoned
     quint32 m_startTick;            // tick count of the last start, milliseconds
     qint16 m_restartCount = 0;      // restarts after short transfers since the job was started

@@ -2,15 +2,14 @@
 
 #include "httpjob.h"
 #include "httptask.h"
-#include "options.h"
 #include "trace.h"
 
-HttpThread::HttpThread(HttpJob *job, int stallTimeout)
+HttpThread::HttpThread(HttpJob *job, const QString &outputFolder, int stallTimeout)
     : QThread(job)
     , m_job(job)
     , m_record(job->record)
+    , m_outputFolder(outputFolder)
     , m_stallTimeout(stallTimeout)
-    , m_outputFolder(Options::instance()->outputFolder)
 {
 }
 

@@ -15,8 +15,10 @@ class HttpThread final : public QThread
     Q_DISABLE_COPY(HttpThread)
 
 public:
-    HttpThread(HttpJob *job, int stallTimeout); // milliseconds without a byte
-    ~HttpThread() override;                     // ends the attempt when it still runs
+    // outputFolder: where a new source file comes to be, ends with a separator.
+    // stallTimeout: milliseconds without a byte.
+    HttpThread(HttpJob *job, const QString &outputFolder, int stallTimeout);
+    ~HttpThread() override; // ends the attempt when it still runs
 
     void setJob(HttpJob *job);
     // Ends the attempt, waits for the thread and lets the object delete itself. The wait is for
@@ -31,6 +33,6 @@ private:
 
     HttpJob *m_job; // null once abandoned; the thread itself uses the record
     JobRecord &m_record;
+    QString m_outputFolder;
     int m_stallTimeout;
-    QString m_outputFolder; // taken before the thread starts
 };

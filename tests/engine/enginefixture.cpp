@@ -2,6 +2,7 @@
 
 #include "literals.h"
 #include "options.h"
+#include "surroundings.h"
 
 #include <QDir>
 
@@ -13,9 +14,9 @@ EngineFixture::EngineFixture(Sandbox &sandbox)
     clear();
 }
 
-RetryDelays EngineFixture::quickRetries()
+JobSurroundings EngineFixture::surroundings()
 {
-    return {30, 5};
+    return testSurroundings({30, 5});
 }
 
 HttpResponse EngineFixture::stream(qint64 bytes, qint64 bytesPerSecond)
@@ -45,7 +46,7 @@ VideoInfo EngineFixture::info(const QString &title) const
 
 std::unique_ptr<HttpJob> EngineFixture::newJob(const QString &title) const
 {
-    auto job = std::make_unique<HttpJob>(quickRetries());
+    auto job = std::make_unique<HttpJob>(surroundings());
     job->init(info(title), 1);
     return job;
 }

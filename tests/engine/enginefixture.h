@@ -13,7 +13,7 @@ class EngineFixture final
 public:
     explicit EngineFixture(Sandbox &sandbox);
 
-    static RetryDelays quickRetries();
+    static JobSurroundings surroundings(); // with quick retries
     // A stream of that many pattern bytes, as a video.
     static HttpResponse stream(qint64 bytes, qint64 bytesPerSecond = 0);
     static HttpResponse page(); // gives two cookies

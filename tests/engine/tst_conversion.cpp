@@ -248,7 +248,7 @@ private slots:
         QVERIFY(WebDatabase::instance()->Init());
         m_site.server.setResponse("/stream", EngineFixture::stream(large));
         useProfile("child"_q, "block"_q);
-        DownloaderManager manager(EngineFixture::quickRetries());
+        DownloaderManager manager(EngineFixture::surroundings());
         QSignalSpy ended(&manager, &DownloaderManager::sigFinished);
         const HttpJob *job = manager.addJob(m_site.info());
         QTRY_VERIFY(logged({"Download Finished:"_q}));
@@ -302,14 +302,14 @@ private slots:
         m_site.server.setResponse("/stream", slowStream(200000));
         QString partial;
         {
-            DownloaderManager manager(EngineFixture::quickRetries());
+            DownloaderManager manager(EngineFixture::surroundings());
             const HttpJob *job = manager.addJob(m_site.info());
             QTRY_VERIFY(job->record.encodedBytes > 0);
             partial = job->record.output_name;
             QVERIFY(writeFile(partial, QByteArray(500000, 'x')));
         }
         QVERIFY(WebDatabase::instance()->Init());
-        DownloaderManager manager(EngineFixture::quickRetries());
+        DownloaderManager manager(EngineFixture::surroundings());
         QVERIFY(WebDatabase::instance()->Read(&manager));
         const HttpJob *job = manager.findJob(1);
         QVERIFY(job);

@@ -2,6 +2,7 @@
 #include "enginefixture.h"
 #include "literals.h"
 #include "options.h"
+#include "surroundings.h"
 #include "testmain.h"
 #include "webdatabase.h"
 
@@ -37,7 +38,7 @@ private slots:
             QVERIFY2(value == "0"_q || value == "-"_q, qPrintable(value));
         }
         QVERIFY(!query.next());
-        DownloaderManager manager;
+        DownloaderManager manager(testSurroundings());
         QVERIFY(WebDatabase::instance()->Read(&manager));
         QVERIFY(manager.jobs().empty());
     }
@@ -47,7 +48,7 @@ private slots:
         const QString finished = m_sandbox.path("it's done.mp4"_q);
         writeFile(finished, "x");
         {
-            DownloaderManager manager;
+            DownloaderManager manager(testSurroundings());
             for (int i = 0; i < 4; ++i) {
                 auto job = manager.newJob();
                 JobRecord &r = job->record;
@@ -79,7 +80,7 @@ private slots:
             manager.addLoadedJob(std::move(removed));
         } // saves
         QVERIFY(WebDatabase::instance()->Init());
-        DownloaderManager manager;
+        DownloaderManager manager(testSurroundings());
         QVERIFY(WebDatabase::instance()->Read(&manager));
         QCOMPARE(manager.jobs().size(), std::size_t(4));
         for (int i = 0; i < 4; ++i) {
@@ -104,7 +105,7 @@ private slots:
     void finishedJobWithoutItsFileIsDropped()
     {
         {
-            DownloaderManager manager;
+            DownloaderManager manager(testSurroundings());
             auto job = manager.newJob();
             job->record.id = 1;
             job->record.video_state = JobState::Finished;
@@ -112,7 +113,7 @@ private slots:
             manager.addLoadedJob(std::move(job));
         }
         QVERIFY(WebDatabase::instance()->Init());
-        DownloaderManager manager;
+        DownloaderManager manager(testSurroundings());
         QVERIFY(WebDatabase::instance()->Read(&manager));
         QVERIFY(manager.jobs().empty());
         QVERIFY(m_sandbox.logLines().contains("Error:Load Job Failed."_q));
@@ -132,7 +133,7 @@ private slots:
         WebDatabase::destroyInstance();
         QVERIFY(writeFile(m_path, content));
         QVERIFY(WebDatabase::instance()->Init());
-        DownloaderManager manager;
+        DownloaderManager manager(testSurroundings());
         QVERIFY(WebDatabase::instance()->Read(&manager));
         QVERIFY(WebDatabase::instance()->Save(&manager));
         QCOMPARE(readFile(m_path + ".damaged"_q), content);
@@ -141,7 +142,7 @@ private slots:
     void unreadableTableIsRecreated()
     {
         QVERIFY(QSqlQuery().exec("ALTER TABLE video_download DROP COLUMN page"_q));
-        DownloaderManager manager;
+        DownloaderManager manager(testSurroundings());
         QVERIFY(!WebDatabase::instance()->Read(&manager));
         QVERIFY(WebDatabase::instance()->Recreate());
         QVERIFY(WebDatabase::instance()->Read(&manager));
@@ -151,7 +152,7 @@ private slots:
     void listThatWasNotReadIsNotWrittenOver()
     {
         {
-            DownloaderManager manager;
+            DownloaderManager manager(testSurroundings());
             auto job = manager.newJob();
             job->record.id = 7;
             manager.addLoadedJob(std::move(job));
@@ -161,27 +162,27 @@ private slots:
             QSqlDatabase other = QSqlDatabase::addDatabase("QSQLITE"_q, "other"_q);
             other.setDatabaseName(m_path);
             QVERIFY(other.open() && QSqlQuery(other).exec("BEGIN EXCLUSIVE"_q));
-            DownloaderManager manager;
+            DownloaderManager manager(testSurroundings());
             QVERIFY(!WebDatabase::instance()->Read(&manager));
             QVERIFY(!WebDatabase::instance()->Recreate());
             other.close();
         } // saves, as far as it may
         QSqlDatabase::removeDatabase("other"_q);
         QVERIFY(WebDatabase::instance()->Init());
-        DownloaderManager manager;
+        DownloaderManager manager(testSurroundings());
         QVERIFY(WebDatabase::instance()->Read(&manager));
         QCOMPARE(manager.jobs().size(), std::size_t(1));
     }
 
     void listTakenAwayIsWrittenAnew()
     {
-        DownloaderManager manager;
+        DownloaderManager manager(testSurroundings());
         auto job = manager.newJob();
         job->record.id = 7;
         manager.addLoadedJob(std::move(job));
         QVERIFY(QFile::remove(m_path));
         QVERIFY(WebDatabase::instance()->Save(&manager));
-        DownloaderManager reader;
+        DownloaderManager reader(testSurroundings());
         QVERIFY(WebDatabase::instance()->Read(&reader));
         QCOMPARE(reader.jobs().size(), std::size_t(1));
     }

@@ -42,7 +42,7 @@ private slots:
 
     void idsAreNotUsedTwice()
     {
-        DownloaderManager manager(EngineFixture::quickRetries());
+        DownloaderManager manager(EngineFixture::surroundings());
         QVERIFY(manager.allFinished());
         for (const int id : {3, 7}) {
             auto job = manager.newJob();
@@ -59,7 +59,7 @@ private slots:
 
     void endsAreAnnouncedAndMoveTheRows()
     {
-        DownloaderManager manager(EngineFixture::quickRetries());
+        DownloaderManager manager(EngineFixture::surroundings());
         QSignalSpy ended(&manager, &DownloaderManager::sigFinished);
         QSignalSpy allEnded(&manager, &DownloaderManager::sigAllFinished);
         View downloads, finished;
@@ -86,7 +86,7 @@ private slots:
     void removedJobIsStoppedAndItsFilesGo()
     {
         m_site.server.setResponse("/stream", EngineFixture::stream(1000000, 100000));
-        DownloaderManager manager(EngineFixture::quickRetries());
+        DownloaderManager manager(EngineFixture::surroundings());
         HttpJob *job = manager.addJob(m_site.info());
         QTRY_VERIFY(job->record.download_bytes > 0);
         QCOMPARE(m_site.outputFiles().size(), 1);
@@ -101,7 +101,7 @@ private slots:
         m_site.server.setResponse("/stream", EngineFixture::stream(300000, 300000));
         qint64 bytes = 0;
         {
-            DownloaderManager manager(EngineFixture::quickRetries());
+            DownloaderManager manager(EngineFixture::surroundings());
             HttpJob *running = manager.addJob(m_site.info("Running"_q));
             HttpJob *paused = manager.addJob(m_site.info("Paused"_q));
             QTRY_VERIFY(paused->record.download_bytes > 0 && running->record.download_bytes > 0);
@@ -109,7 +109,7 @@ private slots:
             bytes = running->record.download_bytes;
         }
         QVERIFY(WebDatabase::instance()->Init());
-        DownloaderManager manager(EngineFixture::quickRetries());
+        DownloaderManager manager(EngineFixture::surroundings());
         QVERIFY(WebDatabase::instance()->Read(&manager));
         HttpJob *running = manager.findJob(1);
         QVERIFY(running && manager.findJob(2));

@@ -23,7 +23,7 @@ bool soakLoad(Sandbox &sandbox, int seconds, unsigned seed)
     });
     if (!WebDatabase::instance()->Init())
         return false;
-    DownloaderManager manager(EngineFixture::quickRetries());
+    DownloaderManager manager(EngineFixture::surroundings());
     QObject::connect(&manager, &DownloaderManager::sigJobsChanged, &manager,
                      [&] { WebDatabase::instance()->Save(&manager); });
     std::mt19937 random(seed);

@@ -5,6 +5,7 @@
 #include "outputprofilemanager.h"
 #include "samples.h"
 #include "soak.h"
+#include "surroundings.h"
 #include "webdatabase.h"
 
 #include <QDirIterator>
@@ -84,7 +85,7 @@ private:
     {
         if (!WebDatabase::instance()->Init())
             return fail("the list cannot be opened");
-        DownloaderManager manager;
+        DownloaderManager manager(testSurroundings());
         if (!WebDatabase::instance()->Read(&manager) ||
             QFile::exists(Options::instance()->appDataPath() + "Task.dat.damaged"_q))
             return fail("the list is damaged");

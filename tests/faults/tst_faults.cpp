@@ -2,6 +2,7 @@
 #include "enginefixture.h"
 #include "literals.h"
 #include "options.h"
+#include "surroundings.h"
 #include "webdatabase.h"
 
 #include <QSignalSpy>
@@ -86,7 +87,7 @@ private slots:
             return response;
         });
         WebDatabase::instance()->Init();
-        DownloaderManager manager(EngineFixture::quickRetries());
+        DownloaderManager manager(EngineFixture::surroundings());
         for (int cut = 0; cut < length; cut += step) {
             VideoInfo info = m_site.info();
             info.streams[0].videoAddress += "?cut=%1"_q.arg(cut);
@@ -116,7 +117,7 @@ private slots:
         silent.stallAfter = stallAfter;
         silent.stallBeforeHeaders = stallAfter < 0;
         m_site.server.setResponses(path, {silent, path == "/watch" ? m_site.page() : whole});
-        HttpJob job(RetryDelays{30, 5, 200});
+        HttpJob job(testSurroundings({30, 5, 200}));
         job.init(m_site.info(), 1);
         job.start();
         QTRY_COMPARE(job.record.video_state, JobState::Finished);
@@ -127,7 +128,7 @@ private slots:
     void slowIsNotSilent()
     {
         m_site.server.setResponse("/stream", EngineFixture::stream(9000, 9000));
-        HttpJob job(RetryDelays{30, 5, 400});
+        HttpJob job(testSurroundings({30, 5, 400}));
         job.init(m_site.info(), 1);
         job.start();
         QTRY_COMPARE(job.record.video_state, JobState::Finished);
@@ -151,7 +152,7 @@ private slots:
     {
         m_site.server.setResponse("/stream", EngineFixture::stream(size));
         QVERIFY(WebDatabase::instance()->Init());
-        DownloaderManager manager;
+        DownloaderManager manager(testSurroundings());
         addStoredJobs(&manager, 10);
         QVERIFY(WebDatabase::instance()->Save(&manager));
         const auto job = m_site.newJob();
@@ -206,7 +207,7 @@ private slots:
         {
             const Unprivileged user;
             QCOMPARE(WebDatabase::instance()->Init(), readable);
-            DownloaderManager manager;
+            DownloaderManager manager(testSurroundings());
             QCOMPARE(WebDatabase::instance()->Read(&manager), readable);
             QCOMPARE(manager.jobs().size(), std::size_t(readable ? 20 : 0));
             QVERIFY(!WebDatabase::instance()->Save(&manager));
@@ -258,7 +259,7 @@ private slots:
             QVERIFY(writeFile(m_path, damaged));
             WebDatabase *database = WebDatabase::instance();
             QVERIFY(database->Init());
-            DownloaderManager manager;
+            DownloaderManager manager(testSurroundings());
             if (!database->Read(&manager))
                 QVERIFY(database->Recreate());
             QVERIFY(database->Save(&manager));
@@ -276,7 +277,7 @@ private slots:
     {
         QVERIFY(WebDatabase::instance()->Init());
         m_site.server.setResponse("/stream", EngineFixture::stream(size, 1000));
-        DownloaderManager manager(EngineFixture::quickRetries());
+        DownloaderManager manager(EngineFixture::surroundings());
         QSignalSpy changed(&manager, &DownloaderManager::sigJobsChanged);
         const std::function<void()> actions[] = {
             [&] {
@@ -317,7 +318,7 @@ private:
     QByteArray storeJobs(int count) const
     {
         if (WebDatabase::instance()->Init()) {
-            DownloaderManager manager;
+            DownloaderManager manager(testSurroundings());
             addStoredJobs(&manager, count);
         }
         return readFile(m_path);

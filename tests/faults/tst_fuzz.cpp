@@ -188,7 +188,7 @@ private slots:
             info.selectedStream = manager.matchQuality(info.streams, fuzzer.below(9) - 3);
             if (info.streams.isEmpty())
                 continue;
-            HttpJob job;
+            HttpJob job(EngineFixture::surroundings());
             job.init(info, 1);
             job.record.output_format = 100;
             QVERIFY(manager.createEncoder(job.record));

@@ -73,7 +73,7 @@ public:
 private:
     HttpJob *addJob(int id, JobState state)
     {
-        auto job = std::make_unique<HttpJob>();
+        auto job = m_manager->newJob();
         HttpJob *added = job.get();
         added->record.id = id;
         added->record.title = "title %1"_q.arg(id);

@@ -10,6 +10,7 @@
 #include "mainwindow.h"
 #include "modaldriver.h"
 #include "options.h"
+#include "surroundings.h"
 #include "testmain.h"
 #include "trayicon.h"
 #include "webdatabase.h"
@@ -215,7 +216,7 @@ private slots:
     {
         DlgShutDown countdown(nullptr, 2);
         QCOMPARE(countdown.exec(), int(QDialog::Accepted)); // by itself
-        DownloaderManager manager;
+        DownloaderManager manager(testSurroundings());
         JobNotifications notifications(&manager, nullptr, nullptr);
         const auto shutDown = [&](bool wanted, const QString &button) {
             const ModalDriver person("DlgShutDown", ModalDriver::press(button));
@@ -230,7 +231,7 @@ private slots:
 
     void failedJobIsAnnounced()
     {
-        DownloaderManager manager;
+        DownloaderManager manager(testSurroundings());
         auto job = manager.newJob();
         job->record.id = 4;
         job->record.title = "50% %1"_q;
@@ -308,7 +309,7 @@ private:
     void storeJobs(const QList<JobState> &states)
     {
         QVERIFY(WebDatabase::instance()->Init());
-        DownloaderManager manager;
+        DownloaderManager manager(testSurroundings());
         for (const JobState state : states) {
             auto job = manager.newJob();
             job->record.id = int(manager.jobs().size()) + 1;
