@@ -3,15 +3,15 @@
 #include "encodercommand.h"
 #include "jobdata.h"
 #include "logfile.h"
+#include "pictureline.h"
 #include "trace.h"
 
 static constexpr int processWaitMs = 30000;
-// A flood without line ends must not fill the memory.
-static constexpr int longestLine = 64 * 1024;
 
 Encoder::Encoder(JobData &job, const QString &arguments)
     : m_job(job)
     , m_arguments(arguments)
+    , m_lines([this](const std::string &line, char) { handleLine(line); })
 {
 }
 
@@ -93,28 +93,23 @@ void Encoder::readFromStdOut()
 
 void Encoder::readFromError()
 {
-    m_unfinishedLine += m_EncodeProcess.readAllStandardError();
-    int begin = 0;
-    for (int at = 0; at < m_unfinishedLine.size(); ++at) {
-        const char byte = m_unfinishedLine.at(at);
-        if (byte != '\r' && byte != '\n')
-            continue;
-        handleLine(m_unfinishedLine.mid(begin, at - begin));
-        begin = at + 1;
-    }
-    m_unfinishedLine.remove(0, begin);
-    if (m_unfinishedLine.size() > longestLine) {
-        handleLine(m_unfinishedLine);
-        m_unfinishedLine.clear();
-    }
+    const QByteArray bytes = m_EncodeProcess.readAllStandardError();
+    m_lines.take(bytes.constData(), static_cast<size_t>(bytes.size()));
 }
 
-void Encoder::handleLine(const QByteArray &line)
+void Encoder::handleLine(const std::string &line)
 {
-    if (line.isEmpty())
+    if (line.empty())
         return;
-    const QString text = QString::fromLocal8Bit(line);
+    const QString text = QString::fromLocal8Bit(line.data(), static_cast<int>(line.size()));
     TRACE() << text;
+    if (const auto picture = readPictureLine(line)) {
+        // Also of a paused job: nothing asks for it later.
+        m_job.output_demision =
+            picture->width > 0 ? QStringLiteral("%1x%2").arg(picture->width).arg(picture->height)
+                               : QString();
+        return;
+    }
     const bool counts = m_job.video_state == JobState::Start && !m_stoppedByUser;
     if (!counts || !parseProgress(text))
         m_lastMessage = text;
@@ -142,8 +137,7 @@ void Encoder::onError(QProcess::ProcessError error)
 void Encoder::onFinished(int exitCode, QProcess::ExitStatus exitStatus)
 {
     readFromError();
-    handleLine(m_unfinishedLine);
-    m_unfinishedLine.clear();
+    m_lines.finish();
     if (exitStatus == QProcess::NormalExit && exitCode == 0)
         announceEnd(&Encoder::convertFinished, 0);
     else

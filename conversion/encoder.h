@@ -1,5 +1,7 @@
 #pragma once
 
+#include "linesplitter.h"
+
 #include <QObject>
 #include <QProcess>
 #include <QString>
@@ -52,14 +54,14 @@ protected:
     JobData &job() { return m_job; }
 
 private:
-    void handleLine(const QByteArray &line);
+    void handleLine(const std::string &line);
     void announceFailure();
     void announceEnd(void (Encoder::*signal)(int), int code);
 
     JobData &m_job;
     QString m_arguments;
     QProcess m_EncodeProcess;
-    QByteArray m_unfinishedLine;
+    LineSplitter m_lines;
     QString m_lastMessage;       // the last line that told no progress
     bool m_inputRefused = false; // the child closed its end
     bool m_stoppedByUser = false;

@@ -88,15 +88,6 @@ EncoderSize encoderSize(const SaveAsItem &item, const QString &source)
     return result;
 }
 
-QString convertedFrameSize(const QString &dimension)
-{
-    const FrameSize size = splitSize(dimension);
-    if (!isKnown(size))
-        return dimension;
-    const auto even = [](int length) { return std::max(2, length / 2 * 2); };
-    return QStringLiteral("%1x%2").arg(even(size.width)).arg(even(size.height));
-}
-
 QString encoderOutputPath(const QString &folder, const QString &guid, const SaveAsItem &item,
                           const QString &dimension, bool appendDeviceName)
 {

@@ -14,13 +14,10 @@ QString frameSizeArgument(const QString &source, const QString &target);
 struct EncoderSize
 {
     QString argument;     // what stands for $size
-    QString dimension;    // frame size of the converted file, "640x360"
+    QString dimension;    // frame size that the converted file is to have, "640x360"
     bool unknown = false; // the source size could not be read
 };
 EncoderSize encoderSize(const SaveAsItem &item, const QString &source);
-
-// The frame size of a file that was converted to that size: the encoder makes odd lengths even.
-QString convertedFrameSize(const QString &dimension);
 
 // Full path of the converted file. folder ends with a separator.
 QString encoderOutputPath(const QString &folder, const QString &guid, const SaveAsItem &item,

@@ -2,22 +2,19 @@
 
 #include "jobdata.h"
 
-#include <QCoreApplication>
 #include <QRegExp>
 
 #include <algorithm>
 
-FFMpegEncoder::FFMpegEncoder(JobData &job, const QString &arguments, const QString &program)
+FFMpegEncoder::FFMpegEncoder(JobData &job, const QString &arguments, const QString &programFolder)
     : Encoder(job, arguments)
-    , m_program(program)
+    , m_programFolder(programFolder)
 {
 }
 
 QString FFMpegEncoder::programPath() const
 {
-    if (!m_program.isEmpty())
-        return m_program;
-    return QStringLiteral("%1/encoder/ffmpeg.exe").arg(QCoreApplication::applicationDirPath());
+    return QStringLiteral("%1/encoder/ffmpeg.exe").arg(m_programFolder);
 }
 
 bool FFMpegEncoder::parseProgress(const QString &line)

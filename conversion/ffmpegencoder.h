@@ -9,12 +9,12 @@ class FFMpegEncoder final : public Encoder
     Q_DISABLE_COPY(FFMpegEncoder)
 
 public:
-    // program: path of the encoder; empty for "encoder/ffmpeg.exe" beside the executable.
-    FFMpegEncoder(JobData &job, const QString &arguments, const QString &program = QString());
+    // programFolder: the executable's; the encoder is "encoder/ffmpeg.exe" below it.
+    FFMpegEncoder(JobData &job, const QString &arguments, const QString &programFolder);
 
     QString programPath() const override;
     bool parseProgress(const QString &line) override;
 
 private:
-    QString m_program;
+    QString m_programFolder;
 };

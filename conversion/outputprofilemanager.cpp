@@ -33,11 +33,14 @@ void OutputProfileManager::destroyInstance()
     ProcessInstance<OutputProfileManager>::destroy();
 }
 
+QString OutputProfileManager::programFolder() const
+{
+    return m_programFolder.value_or(QCoreApplication::applicationDirPath());
+}
+
 bool OutputProfileManager::load()
 {
-    const QString folder =
-        m_programFolder.isEmpty() ? QCoreApplication::applicationDirPath() : m_programFolder;
-    return load(QStringLiteral("%1/%2").arg(folder, QStringLiteral("Profiles.xml")));
+    return load(QStringLiteral("%1/%2").arg(programFolder(), QStringLiteral("Profiles.xml")));
 }
 
 bool OutputProfileManager::load(const QString &path)
@@ -210,8 +213,8 @@ int OutputProfileManager::matchQuality(const QVector<VideoStream> &streams, int 
     const QString value = index < 0 ? QString() : m_qualities.at(index).value;
     LogFile::instance()->write(QStringLiteral("Match:"), value);
 
-    int exactMp4 = -1;
-    int exactFlv = -1;
+    std::optional<int> exactMp4;
+    std::optional<int> exactFlv;
     QVector<Candidate> candidates;
     for (int i = 0; i < streams.size(); ++i) {
         const VideoStream &stream = streams.at(i);
@@ -226,10 +229,10 @@ int OutputProfileManager::matchQuality(const QVector<VideoStream> &streams, int 
         if (index >= 0 && stream.dimension == value)
             (mp4 ? exactMp4 : exactFlv) = i;
     }
-    if (exactMp4 != -1)
-        return exactMp4;
-    if (exactFlv != -1)
-        return exactFlv;
+    if (exactMp4)
+        return *exactMp4;
+    if (exactFlv)
+        return *exactFlv;
     return index == last ? largestStream(candidates)
                          : nearestStream(candidates, splitSize(value).width);
 }
@@ -252,8 +255,5 @@ std::unique_ptr<Encoder> OutputProfileManager::createEncoder(JobData &job) const
     const QString command = encoderArguments(item->value, size.argument, job.output_name);
     LogFile::instance()->write(QStringLiteral("Command Line:"), command);
     TRACE() << command;
-    const QString program = m_programFolder.isEmpty()
-                                ? QString()
-                                : QStringLiteral("%1/encoder/ffmpeg.exe").arg(m_programFolder);
-    return std::make_unique<FFMpegEncoder>(job, command, program);
+    return std::make_unique<FFMpegEncoder>(job, command, programFolder());
 }

@@ -6,6 +6,7 @@
 #include <QVector>
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 class Encoder;
@@ -38,8 +39,7 @@ struct VideoQuality
 };
 
 // Source qualities and output formats, read from Profiles.xml beside the executable.
-// User-interface thread, but matchQuality with a quality of 0 or more may be called from any thread
-// once load() has returned.
+// User-interface thread; what matchQuality may do elsewhere stands there.
 class OutputProfileManager final
 {
 public:
@@ -49,7 +49,7 @@ public:
     static OutputProfileManager *instance();
     static void destroyInstance();
 
-    // The folder that holds Profiles.xml and encoder/; empty for the executable's.
+    // The folder that holds Profiles.xml and encoder/: the executable's, unless another is set.
     void setProgramFolder(const QString &folder) { m_programFolder = folder; }
 
     bool load();                    // Profiles.xml of the program folder
@@ -66,8 +66,10 @@ public:
     QString displayName(int id) const; // empty for an unknown id
     const SaveAsItem *itemById(int id) const;
 
-    // Index of the stream that fits the quality best; -1 stands for the stored source quality, an
-    // unknown quality for the last one. 0 when nothing fits, also for an empty list.
+    // Index of the stream that fits the quality best; an unknown quality counts as the last one.
+    // 0 when nothing fits, also for an empty list. With a quality of 0 or more any thread may ask
+    // once load() has returned; -1 reads the stored source quality and belongs to the
+    // user-interface thread, so nobody hands on a number from a job without having looked at it.
     int matchQuality(const QVector<VideoStream> &streams, int quality = -1) const;
 
     // A configured encoder for the job, or null when the job's output format does not exist or is
@@ -76,11 +78,12 @@ public:
     std::unique_ptr<Encoder> createEncoder(JobData &job) const;
 
 private:
+    QString programFolder() const;
     bool loadQualities(const QDomNode &element);
     bool loadGroups(const QDomNode &element);
 
     Options &m_options;
-    QString m_programFolder;
+    std::optional<QString> m_programFolder;
     std::vector<std::unique_ptr<SaveAsGroup>> m_groups;
     QVector<VideoQuality> m_qualities;
     const SaveAsItem *m_current = nullptr;

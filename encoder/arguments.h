@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -7,7 +8,7 @@
 struct EncoderCommand
 {
     std::vector<std::string> arguments; // without the program
-    size_t inputIndex = 0;              // of the "-" after -i in arguments; 0: there is none
+    std::optional<size_t> inputIndex;   // of the "-" after -i in arguments
     std::string output;                 // the file to be written; empty: none is named
     bool wantsVideo = true;             // the output must hold a picture
     bool wantsAudio = false;            // the output must hold sound

@@ -2,6 +2,8 @@
 
 #include "childprocess.h"
 #include "inputprobe.h"
+#include "pictureline.h"
+#include "progress.h"
 #include "resultcheck.h"
 
 #include <fcntl.h>
@@ -106,7 +108,7 @@ int EncoderRun::exec()
         return reportFailure("cannot collect the video beside " + m_command.output + ": " +
                              std::strerror(errno));
     // Opened anew by that name, the file is read from its beginning and can be moved about in.
-    m_command.arguments[m_command.inputIndex] = "/proc/self/fd/0";
+    m_command.arguments[*m_command.inputIndex] = "/proc/self/fd/0";
     return encode(std::exchange(m_collected, -1));
 }
 
@@ -144,8 +146,11 @@ int EncoderRun::encode(int standardInput)
         return code;
     if (!m_writeFailure.empty())
         return reportFailure(m_command.output + " could not be written: " + m_writeFailure);
-    const std::string fault = checkResult(m_encoder, m_command);
-    return fault.empty() ? 0 : reportFailure(m_command.output + " " + fault);
+    const Result result = checkResult(m_encoder, m_command);
+    if (result.fault)
+        return reportFailure(m_command.output + " " + *result.fault);
+    dprintf(STDERR_FILENO, "%s\n", pictureLine(result.picture).c_str());
+    return 0;
 }
 
 // Ends when the encoder has closed its standard error and all of it has been passed on.

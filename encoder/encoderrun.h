@@ -1,7 +1,7 @@
 #pragma once
 
 #include "arguments.h"
-#include "progress.h"
+#include "linesplitter.h"
 
 #include <string>
 

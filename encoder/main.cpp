@@ -31,7 +31,7 @@ int main(int argc, char **argv)
     std::signal(SIGXFSZ, SIG_IGN);
 
     const EncoderCommand command = translateArguments({argv + 1, argv + argc});
-    if (command.output.empty() || command.inputIndex == 0)
+    if (command.output.empty() || !command.inputIndex)
         return reportFailure("no input or no output file is named");
     const std::string encoder = findEncoder();
     if (encoder.empty())

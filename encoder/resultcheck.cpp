@@ -1,6 +1,7 @@
 #include "resultcheck.h"
 
 #include "childprocess.h"
+#include "linesplitter.h"
 #include "progress.h"
 
 #include <fcntl.h>
@@ -9,8 +10,11 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
+#include <regex>
 #include <unistd.h>
+#include <utility>
 
 static const std::chrono::seconds longestLook(60);
 
@@ -35,62 +39,88 @@ static bool readAll(int descriptor, LineSplitter &lines)
     }
 }
 
-static bool isStream(const std::string &line, const char *type)
+// What FFmpeg says of a file that it copies into nothing.
+class Look final
 {
-    return line.rfind("  Stream #0", 0) == 0 && line.find(type) != std::string::npos;
-}
-
-std::string checkResult(const std::string &encoder, const EncoderCommand &command)
-{
-    struct stat file;
-    if (stat(command.output.c_str(), &file) != 0)
-        return "was not written";
-    if (file.st_size == 0)
-        return "is empty";
-
-    int ends[2];
-    const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
-    if (nothing < 0 || pipe2(ends, O_CLOEXEC) != 0)
-        return "could not be looked at";
-
-    // Copying a second of it into nothing shows that there are packets behind the headers.
-    std::vector<std::string> look = {"-hide_banner", "-nostdin", "-stats", "-i"};
-    look.push_back("file:" + command.output);
-    for (const char *word : {"-map", "0:v?", "-map", "0:a?", "-t", "1", "-c", "copy"})
-        look.push_back(word);
-    look.insert(look.end(), {"-f", "null", "-"});
-    bool hasVideo = false;
-    bool hasAudio = false;
-    bool hasLength = true;
-    bool inSource = false;
-    bool hasPackets = false;
-    LineSplitter lines([&](const std::string &line, char) {
+public:
+    void takeLine(const std::string &line)
+    {
         if (line.rfind("Input #", 0) == 0)
-            inSource = true;
+            m_inSource = true;
         else if (line.rfind("Output #", 0) == 0)
-            inSource = false;
-        if (inSource && line.rfind("  Duration: 00:00:00.00", 0) == 0)
-            hasLength = false;
-        hasVideo = hasVideo || (inSource && isStream(line, ": Video:"));
-        hasAudio = hasAudio || (inSource && isStream(line, ": Audio:"));
+            m_inSource = false;
         const std::string progress = readableProgress(line);
         if (!progress.empty() && (std::strtoul(progress.c_str() + 6, nullptr, 10) > 0 ||
                                   progress.find(" time=0.00 ") == std::string::npos))
             hasPackets = true;
-    });
-    ChildProcess child(encoder, look, nothing, nothing, ends[1]);
+        if (!m_inSource)
+            return;
+        int angle = 0;
+        if (line.rfind("  Stream #0", 0) == 0)
+            takeStream(line);
+        else if (m_inPicture &&
+                 std::sscanf(line.c_str(), "      displaymatrix: rotation of %d", &angle) == 1 &&
+                 angle % 180 != 0)
+            std::swap(picture->width, picture->height);
+    }
+
+    std::optional<PictureSize> picture; // of the first stream that has one
+    bool hasSound = false;
+    bool hasPackets = false;
+
+private:
+    void takeStream(const std::string &line)
+    {
+        static const std::regex size(", ([1-9][0-9]*)x([1-9][0-9]*)[, ]");
+        std::smatch match;
+        hasSound = hasSound || line.find(": Audio:") != std::string::npos;
+        m_inPicture = !picture && line.find(": Video:") != std::string::npos &&
+                      std::regex_search(line, match, size);
+        if (m_inPicture)
+            picture = PictureSize{std::atoi(match.str(1).c_str()), std::atoi(match.str(2).c_str())};
+    }
+
+    bool m_inSource = false;
+    bool m_inPicture = false;
+};
+
+Result checkResult(const std::string &encoder, const EncoderCommand &command)
+{
+    const auto failed = [](const char *fault) { return Result{fault, {}}; };
+    struct stat file;
+    if (stat(command.output.c_str(), &file) != 0)
+        return failed("was not written");
+    if (file.st_size == 0)
+        return failed("is empty");
+
+    int ends[2];
+    const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
+    if (nothing < 0 || pipe2(ends, O_CLOEXEC) != 0)
+        return failed("could not be looked at");
+
+    // Copying a second of it into nothing shows that there are packets behind the headers.
+    std::vector<std::string> arguments = {"-hide_banner", "-nostdin", "-stats", "-i"};
+    arguments.push_back("file:" + command.output);
+    for (const char *word : {"-map", "0:v?", "-map", "0:a?", "-t", "1", "-c", "copy"})
+        arguments.push_back(word);
+    arguments.insert(arguments.end(), {"-f", "null", "-"});
+    Look look;
+    LineSplitter lines([&look](const std::string &line, char) { look.takeLine(line); });
+    ChildProcess child(encoder, arguments, nothing, nothing, ends[1]);
     close(ends[1]);
     close(nothing);
     const bool inTime = readAll(ends[0], lines);
     lines.finish();
     close(ends[0]);
     if (!child.isStarted() || !inTime)
-        return "could not be looked at";
+        return failed("could not be looked at");
     if (child.wait() != 0)
-        return "is damaged";
-    if (command.wantsVideo && !hasVideo)
-        return "holds no picture";
-    if (command.wantsAudio && !hasAudio)
-        return "holds no sound";
-    return hasLength && hasPackets ? std::string() : "holds nothing to play";
+        return failed("is damaged");
+    if (command.wantsVideo && !look.picture)
+        return failed("holds no picture");
+    if (command.wantsAudio && !look.hasSound)
+        return failed("holds no sound");
+    if (!look.hasPackets)
+        return failed("holds nothing to play");
+    return {std::nullopt, look.picture.value_or(PictureSize{})};
 }

@@ -1,9 +1,14 @@
 #pragma once
 
 #include "arguments.h"
+#include "pictureline.h"
 
-#include <string>
+// What the encoder has written.
+struct Result
+{
+    std::optional<std::string> fault; // what is wrong, in words
+    PictureSize picture;              // of a faultless one
+};
 
-// Looks at what the encoder has written, with the encoder's own eyes and at most the first second
-// of it. Gives what is wrong in words, empty when all that was asked for is there.
-std::string checkResult(const std::string &encoder, const EncoderCommand &command);
+// Looks at the output with the encoder's own eyes, and at most at the first second of it.
+Result checkResult(const std::string &encoder, const EncoderCommand &command);

@@ -2,7 +2,6 @@
 
 #include "downloaderror.h"
 #include "encoder.h"
-#include "encodercommand.h"
 #include "filereader.h"
 #include "files.h"
 #include "httpthread.h"
@@ -389,7 +388,6 @@ void HttpJob::onConvertFinished(int exitCode)
         onConvertError(exitCode);
         return;
     }
-    record.output_demision = convertedFrameSize(record.output_demision);
     if (record.video_state == JobState::Stopped) {
         record.video_state = JobState::PauseFinishes;
         record.changeFlags.set(StateChanged);

@@ -161,6 +161,11 @@ private slots:
         row("write failure", "-vcodec copy",
             "#!ffmpeg \"$@\"; echo 'av_interleaved_write_frame(): No space left on device' >&2", 1,
             "could not be written: av_interleaved_write_frame()");
+        row("damaged", "", "#!echo no video >\"$out\"", 1, "is damaged");
+        row("sound lost", "-vn", "#!ffmpeg -i - -an -vcodec copy -f mp4 \"$out\"", 1,
+            "holds no sound");
+        row("no packets", "-vn", "#!ffmpeg -i - -vn -t 0 -f wav \"$out\"", 1,
+            "holds nothing to play");
         row("picture lost", "", "#!ffmpeg -i - -vn -acodec copy -f mp4 \"$out\"", 1,
             "holds no picture");
     }
