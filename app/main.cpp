@@ -16,19 +16,16 @@ static int run(SingleApplication &application, bool show)
     // The session may end while the start-up still runs its dialogs: that ends them.
     const QMetaObject::Connection starting = QObject::connect(
         &application, &SingleApplication::queryEndSession, &application, &QCoreApplication::quit);
-    const auto window = std::make_unique<MainWindow>(show);
+    const auto window =
+        std::make_unique<MainWindow>(show, nullptr, [&] { return application.isSessionEnding(); });
     QObject::disconnect(starting);
-    if (window->exitCode() != 0)
+    if (window->exitCode() != 0 || application.isSessionEnding())
         return window->exitCode();
 
     QObject::connect(&application, &SingleApplication::messageAvailable, window.get(),
                      &MainWindow::onInstanceCheck);
     QObject::connect(&application, &SingleApplication::queryEndSession, window.get(),
                      &MainWindow::onEndSession);
-    if (application.isSessionEnding()) {
-        window->onEndSession();
-        return 0;
-    }
     return application.exec();
 }
 

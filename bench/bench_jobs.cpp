@@ -84,8 +84,8 @@ void measureLists(const QString &video)
     window.addTab(downloads, QStringLiteral("Downloading"));
     window.addTab(finished, QStringLiteral("Finished"));
     window.resize(800, 600);
-    downloads->init();
-    finished->init();
+    downloads->init(*manager, *Options::instance(), Qt::darkBlue);
+    finished->init(*manager, *Options::instance(), Qt::darkBlue);
     downloads->loadColumns();
     finished->loadColumns();
 

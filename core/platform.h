@@ -39,6 +39,10 @@ private:
 // or a termination request to the process. Connects once per context.
 void watchSessionEnd(QObject *context, const std::function<void()> &handler);
 
+// Calls the handler, in the event loop, once it is known whether the desktop has a tray for the
+// icons of hidden programs, and again whenever that changes; until the context goes.
+void watchTray(QObject *context, const std::function<void(bool there)> &handler);
+
 void activateWindow(QWidget *window); // to the foreground, restored when minimised
 
 QString documentsFolder(); // empty when there is none

@@ -5,7 +5,7 @@ set -euo pipefail
 
 build=(
     g++ cmake ninja-build
-    qtbase5-dev qtscript5-dev
+    qtbase5-dev qtscript5-dev libxcb1-dev
 )
 run=(
     libqt5sql5-sqlite   # the driver of the job database

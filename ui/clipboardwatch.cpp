@@ -1,12 +1,17 @@
 #include "clipboardwatch.h"
 
+#include "appinfo.h"
+#include "options.h"
 #include "trace.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
 
-ClipboardWatch::ClipboardWatch(const QClipboard *clipboard, bool needsFocus)
+#include <utility>
+
+ClipboardWatch::ClipboardWatch(const QClipboard &clipboard, Rules rules, bool needsFocus)
     : m_clipboard(clipboard)
+    , m_rules(std::move(rules))
     , m_needsFocus(needsFocus)
 {
 }
@@ -16,25 +21,39 @@ bool ClipboardWatch::clipboardNeedsFocus()
     return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
 }
 
-QString ClipboardWatch::newText()
+void ClipboardWatch::changed()
 {
-    const QString text = m_clipboard->text(QClipboard::Clipboard);
+    look();
+}
+
+void ClipboardWatch::activated()
+{
+    if (m_needsFocus)
+        look();
+}
+
+void ClipboardWatch::look()
+{
+    const QString text = m_clipboard.text(QClipboard::Clipboard);
     TRACE() << "Clipboard:" << text;
     const QString trimmed = text.trimmed();
-    if (m_needsFocus && trimmed == m_lastText)
-        return QString();
     // Without the focus the clipboard reads as empty, which is not a change.
-    if (!trimmed.isEmpty())
-        m_lastText = trimmed;
-    return trimmed;
+    if (m_needsFocus && (trimmed.isEmpty() || trimmed == m_lastText))
+        return;
+    m_lastText = trimmed;
+    judge(trimmed);
 }
 
-QString ClipboardWatch::changed()
+void ClipboardWatch::judge(const QString &text)
 {
-    return newText();
+    const Moment moment = m_rules.moment();
+    m_kept = moment == Moment::Keep ? text : QString();
+    if (moment == Moment::Offer && m_rules.options.autoOpenNew && !text.isEmpty() &&
+        m_rules.info.isSupportedUrl(text))
+        m_rules.offer(text);
 }
 
-QString ClipboardWatch::activated()
+void ClipboardWatch::offerKept()
 {
-    return m_needsFocus ? newText() : QString();
+    judge(std::exchange(m_kept, QString()));
 }

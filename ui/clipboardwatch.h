@@ -2,24 +2,46 @@
 
 #include <QString>
 
+#include <functional>
+
+class AppInfo;
+class Options;
 class QClipboard;
 
-// Reads the clipboard for the main window. Where a program sees the clipboard only while it has the
-// focus, a change is told again with every activation: a text is then handed out only once.
+// Decides which copied text is an address to offer a download for. Where a program sees the
+// clipboard only while it has the focus, a change is told again with every activation: a text is
+// then looked at only once.
 class ClipboardWatch final
 {
 public:
-    explicit ClipboardWatch(const QClipboard *clipboard, bool needsFocus = clipboardNeedsFocus());
+    // What becomes of an address that is copied now.
+    enum class Moment {
+        Offer,
+        Keep, // until offerKept()
+        Drop,
+    };
+    struct Rules
+    {
+        const AppInfo &info;
+        const Options &options;
+        std::function<Moment()> moment;
+        std::function<void(const QString &address)> offer;
+    };
+    ClipboardWatch(const QClipboard &clipboard, Rules rules,
+                   bool needsFocus = clipboardNeedsFocus());
 
-    // The trimmed text to look at, empty when there is nothing new.
-    QString changed();   // the clipboard told of a change
-    QString activated(); // the window got the focus
+    void changed();   // the clipboard told of a change
+    void activated(); // the window got the focus
+    void offerKept(); // what was copied last while addresses were kept
 
 private:
     static bool clipboardNeedsFocus();
-    QString newText();
+    void look();
+    void judge(const QString &text);
 
-    const QClipboard *m_clipboard; // the application's
-    bool m_needsFocus;
+    const QClipboard &m_clipboard; // the application's
+    const Rules m_rules;
+    const bool m_needsFocus;
     QString m_lastText;
+    QString m_kept;
 };

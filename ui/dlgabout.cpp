@@ -5,7 +5,7 @@
 #include "messagebox.h"
 #include "ui_dlgabout.h"
 
-DlgAbout::DlgAbout(QWidget *parent)
+DlgAbout::DlgAbout(const AppInfo &info, QWidget *parent)
     : QDialog(parent)
     , m_ui(std::make_unique<Ui::aboutDialog>())
 {
@@ -14,11 +14,10 @@ DlgAbout::DlgAbout(QWidget *parent)
     setAttribute(Qt::WA_QuitOnClose, false);
     connect(m_ui->btnOK, &QPushButton::clicked, this, &DlgAbout::onOK);
 
-    const AppInfo *info = AppInfo::instance();
-    m_ui->labelBuild->setText(info->build);
-    m_ui->labelVersion->setText(info->versionText);
-    m_ui->labelWebsizte->setLink(info->webSite, info->webSite);
-    m_ui->labelSupport->setLink(info->supportEmail, QStringLiteral("mailto:") + info->supportEmail);
+    m_ui->labelBuild->setText(info.build);
+    m_ui->labelVersion->setText(info.versionText);
+    m_ui->labelWebsizte->setLink(info.webSite, info.webSite);
+    m_ui->labelSupport->setLink(info.supportEmail, QStringLiteral("mailto:") + info.supportEmail);
     fitTexts(this);
     // Only the text is to be clicked, not the empty place beside it.
     for (QLabel *label :

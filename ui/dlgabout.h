@@ -4,6 +4,8 @@
 
 #include <memory>
 
+class AppInfo;
+
 namespace Ui {
 class aboutDialog;
 }
@@ -15,7 +17,7 @@ class DlgAbout final : public QDialog
     Q_DISABLE_COPY(DlgAbout)
 
 public:
-    explicit DlgAbout(QWidget *parent = nullptr);
+    explicit DlgAbout(const AppInfo &info, QWidget *parent = nullptr);
     ~DlgAbout() override;
 
 public slots:

@@ -1,25 +1,28 @@
 #include "dlgdeletefinished.h"
 
+#include "fittexts.h"
 #include "messagebox.h"
 #include "options.h"
 #include "ui_dlgdeletefinished.h"
 
-DlgDeleteFinished::DlgDeleteFinished(QWidget *parent)
+DlgDeleteFinished::DlgDeleteFinished(Options &options, QWidget *parent)
     : QDialog(parent)
-    , m_form(std::make_unique<Ui::dlgFinishedDelete>())
+    , m_options(options)
+    , m_ui(std::make_unique<Ui::dlgFinishedDelete>())
 {
-    m_form->setupUi(this);
+    m_ui->setupUi(this);
     setFixedDialogFlags(this);
     setAttribute(Qt::WA_QuitOnClose, false);
-    m_form->boxDeleteVideo->setChecked(Options::instance()->deleteFinishedVideo);
-    connect(m_form->btnYes, &QPushButton::clicked, this, &DlgDeleteFinished::onYes);
-    connect(m_form->btnNo, &QPushButton::clicked, this, &DlgDeleteFinished::reject);
+    fitTexts(this);
+    m_ui->boxDeleteVideo->setChecked(m_options.deleteFinishedVideo);
+    connect(m_ui->btnYes, &QPushButton::clicked, this, &DlgDeleteFinished::onYes);
+    connect(m_ui->btnNo, &QPushButton::clicked, this, &DlgDeleteFinished::reject);
 }
 
 DlgDeleteFinished::~DlgDeleteFinished() = default;
 
 void DlgDeleteFinished::onYes()
 {
-    Options::instance()->deleteFinishedVideo = m_form->boxDeleteVideo->checkState() == Qt::Checked;
+    m_options.deleteFinishedVideo = m_ui->boxDeleteVideo->checkState() == Qt::Checked;
     accept();
 }

@@ -4,6 +4,8 @@
 
 #include <memory>
 
+class Options;
+
 namespace Ui {
 class dlgFinishedDelete;
 }
@@ -16,12 +18,13 @@ class DlgDeleteFinished final : public QDialog
     Q_DISABLE_COPY(DlgDeleteFinished)
 
 public:
-    explicit DlgDeleteFinished(QWidget *parent = nullptr);
+    explicit DlgDeleteFinished(Options &options, QWidget *parent = nullptr);
     ~DlgDeleteFinished() override;
 
 public slots:
     void onYes();
 
 private:
-    std::unique_ptr<Ui::dlgFinishedDelete> m_form;
+    Options &m_options;
+    std::unique_ptr<Ui::dlgFinishedDelete> m_ui;
 };

@@ -5,15 +5,16 @@
 #include "options.h"
 #include "ui_dlgexit.h"
 
-DlgExit::DlgExit(QWidget *parent)
+DlgExit::DlgExit(Options &options, QWidget *parent)
     : QDialog(parent)
+    , m_options(options)
     , m_ui(std::make_unique<Ui::dlgExit>())
 {
     m_ui->setupUi(this);
     setFixedDialogFlags(this);
     setAttribute(Qt::WA_QuitOnClose, false);
     fitTexts(this);
-    m_ui->boxAskAgain->setChecked(!Options::instance()->queryOnExit);
+    m_ui->boxAskAgain->setChecked(!m_options.queryOnExit);
     connect(m_ui->btnExit, &QPushButton::clicked, this, &DlgExit::onExit);
     connect(m_ui->btnCancel, &QPushButton::clicked, this, &DlgExit::reject);
 }
@@ -22,6 +23,6 @@ DlgExit::~DlgExit() = default;
 
 void DlgExit::onExit()
 {
-    Options::instance()->queryOnExit = !m_ui->boxAskAgain->isChecked();
+    m_options.queryOnExit = !m_ui->boxAskAgain->isChecked();
     accept();
 }

@@ -4,6 +4,8 @@
 
 #include <memory>
 
+class Options;
+
 namespace Ui {
 class dlgExit;
 }
@@ -15,12 +17,13 @@ class DlgExit final : public QDialog
     Q_DISABLE_COPY(DlgExit)
 
 public:
-    explicit DlgExit(QWidget *parent = nullptr);
+    explicit DlgExit(Options &options, QWidget *parent = nullptr);
     ~DlgExit() override;
 
 private slots:
     void onExit();
 
 private:
+    Options &m_options;
     std::unique_ptr<Ui::dlgExit> m_ui;
 };

@@ -7,8 +7,9 @@
 
 #include <QDir>
 
-DlgSettings::DlgSettings(QWidget *parent, FolderChooser chooser)
+DlgSettings::DlgSettings(Options &options, QWidget *parent, FolderChooser chooser)
     : QDialog(parent)
+    , m_options(options)
     , m_ui(std::make_unique<Ui::dlgSettings>())
     , m_chooseFolder(std::move(chooser))
 {
@@ -18,11 +19,10 @@ DlgSettings::DlgSettings(QWidget *parent, FolderChooser chooser)
     fitTexts(this);
     connect(m_ui->btnSelectFolder, &QPushButton::clicked, this, &DlgSettings::onSelectFolder);
 
-    const Options *options = Options::instance();
-    m_ui->checkBoxAuto->setChecked(options->autoOpenNew);
-    m_ui->checkBoxNotify->setChecked(options->notifyWhenFinished);
-    m_ui->checkBoxShutdown->setChecked(options->shutDownWhenAllFinished);
-    m_folder = options->outputFolder;
+    m_ui->checkBoxAuto->setChecked(options.autoOpenNew);
+    m_ui->checkBoxNotify->setChecked(options.notifyWhenFinished);
+    m_ui->checkBoxShutdown->setChecked(options.shutDownWhenAllFinished);
+    m_folder = options.outputFolder;
     m_ui->lineEdit->setText(m_folder);
 }
 
@@ -30,11 +30,10 @@ DlgSettings::~DlgSettings() = default;
 
 void DlgSettings::accept()
 {
-    Options *options = Options::instance();
-    options->autoOpenNew = m_ui->checkBoxAuto->checkState() == Qt::Checked;
-    options->notifyWhenFinished = m_ui->checkBoxNotify->checkState() == Qt::Checked;
-    options->shutDownWhenAllFinished = m_ui->checkBoxShutdown->checkState() == Qt::Checked;
-    options->outputFolder = m_folder;
+    m_options.autoOpenNew = m_ui->checkBoxAuto->checkState() == Qt::Checked;
+    m_options.notifyWhenFinished = m_ui->checkBoxNotify->checkState() == Qt::Checked;
+    m_options.shutDownWhenAllFinished = m_ui->checkBoxShutdown->checkState() == Qt::Checked;
+    m_options.outputFolder = m_folder;
     QDialog::accept();
 }
 

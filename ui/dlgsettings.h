@@ -8,6 +8,8 @@
 #include <functional>
 #include <memory>
 
+class Options;
+
 namespace Ui {
 class dlgSettings;
 }
@@ -22,7 +24,8 @@ public:
     // Lets the person choose a folder, starting at the given one; false when cancelled.
     using FolderChooser = std::function<bool(QWidget *, const QString &, QString *)>;
 
-    explicit DlgSettings(QWidget *parent = nullptr, FolderChooser chooser = browseFolder);
+    explicit DlgSettings(Options &options, QWidget *parent = nullptr,
+                         FolderChooser chooser = browseFolder);
     ~DlgSettings() override;
 
 public slots:
@@ -33,6 +36,7 @@ private:
     void setFolder(QString path);
     bool createFolder(const QString &path);
 
+    Options &m_options;
     std::unique_ptr<Ui::dlgSettings> m_ui;
     FolderChooser m_chooseFolder;
     QString m_folder; // as it will be stored when the dialog is accepted

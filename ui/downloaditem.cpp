@@ -1,22 +1,22 @@
 #include "downloaditem.h"
 
-#include "appinfo.h"
+#include "columns.h"
 #include "jobtexts.h"
 #include "progressbarpainter.h"
 
 #include <QIcon>
 #include <QPainter>
 
-namespace {
-
-enum Column { StateColumn = 0, ProgressColumn = 3 };
-
-bool isSelected(const QStyleOptionViewItem &option)
+static bool isSelected(const QStyleOptionViewItem &option)
 {
     return option.state.testFlag(QStyle::State_Selected);
 }
 
-} // namespace
+DownloadItem::DownloadItem(const QColor &themeColor, QObject *parent)
+    : QItemDelegate(parent)
+    , m_themeColor(themeColor)
+{
+}
 
 void DownloadItem::paint(QPainter *painter, const QStyleOptionViewItem &option,
                          const QModelIndex &index) const
@@ -25,9 +25,9 @@ void DownloadItem::paint(QPainter *painter, const QStyleOptionViewItem &option,
     painter->save();
     painter->setClipRect(cell.rect);
     const QRect area = paintGround(painter, cell, index);
-    if (index.column() == StateColumn)
+    if (index.column() == DownloadColumns::State)
         paintIcon(painter, cell, index);
-    else if (index.column() == ProgressColumn)
+    else if (index.column() == DownloadColumns::Progress)
         paintProgress(painter, cell, index.data().toString());
     else
         paintText(painter, cell, index, area);
@@ -38,7 +38,7 @@ QRect DownloadItem::paintGround(QPainter *painter, const QStyleOptionViewItem &o
                                 const QModelIndex &index) const
 {
     if (option.showDecorationSelected && isSelected(option)) {
-        painter->fillRect(option.rect, AppInfo::instance()->themeColor);
+        painter->fillRect(option.rect, m_themeColor);
     } else {
         const QVariant brush = index.data(Qt::BackgroundRole);
         if (brush.canConvert<QBrush>()) {
@@ -78,9 +78,7 @@ void DownloadItem::drawDisplay(QPainter *painter, const QStyleOptionViewItem &op
     cell.direction = text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight;
     cell.displayAlignment = Qt::AlignLeft | Qt::AlignVCenter | Qt::AlignAbsolute;
     cell.features &= ~QStyleOptionViewItem::WrapText;
-    cell.palette.setColor(QPalette::Highlight, AppInfo::instance()->themeColor);
-    if (cell.textElideMode == Qt::ElideNone)
-        cell.textElideMode = Qt::ElideRight;
+    cell.palette.setColor(QPalette::Highlight, m_themeColor);
     QString lines = text;
     lines.replace(QLatin1Char('\n'), QChar(QChar::LineSeparator));
     QItemDelegate::drawDisplay(painter, cell, rect, lines);
@@ -110,7 +108,7 @@ void DownloadItem::paintProgress(QPainter *painter, const QStyleOptionViewItem &
         painter->setRenderHint(QPainter::Antialiasing);
         painter->setFont(QFont(QStringLiteral("Arial"), 8));
         painter->setPen(Qt::red);
-        painter->drawText(cell, Qt::AlignCenter, QStringLiteral("Failed"));
+        painter->drawText(cell, Qt::AlignCenter, stateDescription(JobState::Errored));
         return;
     }
     ProgressBarPainter bar;

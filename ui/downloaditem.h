@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QItemDelegate>
 
 // Paints the cells of the download list: icon, two columns of text, progress.
@@ -9,7 +10,8 @@ class DownloadItem : public QItemDelegate
     Q_DISABLE_COPY(DownloadItem)
 
 public:
-    using QItemDelegate::QItemDelegate;
+    // themeColor: the fill of selected rows.
+    DownloadItem(const QColor &themeColor, QObject *parent);
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option,
                const QModelIndex &index) const override;
@@ -29,4 +31,6 @@ private:
                    const QModelIndex &index) const;
     void paintProgress(QPainter *painter, const QStyleOptionViewItem &option,
                        const QString &data) const;
+
+    const QColor m_themeColor;
 };

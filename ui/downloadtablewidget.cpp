@@ -1,5 +1,6 @@
 #include "downloadtablewidget.h"
 
+#include "columns.h"
 #include "downloaditem.h"
 #include "jobtexts.h"
 #include "messagebox.h"
@@ -14,8 +15,6 @@ namespace {
 
 constexpr int RowHeight = 40;
 
-enum Column { StateColumn, TitleColumn, InformationColumn, ProgressColumn, ColumnCount };
-
 // The delegate draws the progress data; who cannot see it hears what is drawn.
 class ProgressCell final : public QTableWidgetItem
 {
@@ -26,15 +25,8 @@ public:
     }
     QVariant data(int role) const override
     {
-        if (role != Qt::AccessibleTextRole)
-            return QTableWidgetItem::data(role);
-        const std::optional<ProgressReading> reading = readProgress(text());
-        if (!reading)
-            return QString();
-        if (reading->failed)
-            return stateDescription(JobState::Errored);
-        return QStringLiteral("%1%, %2").arg(
-            QString::number(int(100 * reading->value / reading->maximum)), reading->caption);
+        return role == Qt::AccessibleTextRole ? spokenProgress(text())
+                                              : QTableWidgetItem::data(role);
     }
 };
 
@@ -42,16 +34,16 @@ public:
 
 DownloadTableWidget::DownloadTableWidget(QWidget *parent)
     : JobTableWidget({QStringLiteral("Download TableWidget"), QStringLiteral("49,287,176,255"),
-                      ColumnCount, TitleColumn},
+                      DownloadColumns::Count, DownloadColumns::Title},
                      parent)
 {
-    setAccessibleName(QStringLiteral("Downloading videos"));
-    setItemDelegate(new DownloadItem(this));
 }
 
-void DownloadTableWidget::init()
+void DownloadTableWidget::init(DownloaderManager &manager, Options &options,
+                               const QColor &themeColor)
 {
-    initTable();
+    initTable(manager, options);
+    setItemDelegate(new DownloadItem(themeColor, this));
     setEditTriggers(NoEditTriggers);
     verticalHeader()->setDefaultSectionSize(RowHeight);
     connect(this, &QAbstractItemView::doubleClicked, this,
@@ -67,10 +59,10 @@ void DownloadTableWidget::insertJob(HttpJob *job, int row)
     auto *state = new QTableWidgetItem;
     state->setData(Qt::UserRole, record.id);
     setState(state, *job);
-    setItem(row, StateColumn, state);
-    setItem(row, TitleColumn, new QTableWidgetItem(record.title));
-    setItem(row, InformationColumn, new QTableWidgetItem(basicInformation(record)));
-    setItem(row, ProgressColumn, new ProgressCell(progressData(record, job->elapsed())));
+    setItem(row, DownloadColumns::State, state);
+    setItem(row, DownloadColumns::Title, new QTableWidgetItem(record.title));
+    setItem(row, DownloadColumns::Information, new QTableWidgetItem(basicInformation(record)));
+    setItem(row, DownloadColumns::Progress, new ProgressCell(progressData(record, job->elapsed())));
 }
 
 void DownloadTableWidget::setState(QTableWidgetItem *item, const HttpJob &job)
@@ -93,13 +85,13 @@ bool DownloadTableWidget::updateJob(HttpJob *job)
     // Before the values are read: what changes from now on is shown by the next refresh.
     record.changeFlags.clear(changes);
     if (changes & StateChanged)
-        setState(item(row, StateColumn), *job);
+        setState(item(row, DownloadColumns::State), *job);
     if (changes & TitleChanged)
-        item(row, TitleColumn)->setText(record.title);
+        item(row, DownloadColumns::Title)->setText(record.title);
     if (changes & BasicInformationChanged)
-        item(row, InformationColumn)->setText(basicInformation(record));
+        item(row, DownloadColumns::Information)->setText(basicInformation(record));
     if (changes & (StateChanged | ProgressChanged))
-        item(row, ProgressColumn)->setText(progressData(record, job->elapsed()));
+        item(row, DownloadColumns::Progress)->setText(progressData(record, job->elapsed()));
     return true;
 }
 
@@ -114,7 +106,7 @@ bool DownloadTableWidget::anyJob(bool selectedOnly, Test test) const
         const QVector<int> ids = selectedIds();
         selected = QSet<int>(ids.begin(), ids.end());
     }
-    for (const std::unique_ptr<HttpJob> &job : DownloaderManager::instance()->jobs()) {
+    for (const std::unique_ptr<HttpJob> &job : manager().jobs()) {
         const int id = job->record.id;
         if (!job->removed && test(*job) && (selectedOnly ? selected.contains(id) : rowOf(id) >= 0))
             return true;
@@ -140,23 +132,25 @@ void DownloadTableWidget::onDoubleClickEvent(const QModelIndex &index)
 void DownloadTableWidget::onStart()
 {
     for (int id : selectedIds())
-        DownloaderManager::instance()->startJob(id);
+        manager().startJob(id);
     emit itemSelectionChanged();
 }
 
 void DownloadTableWidget::onPause()
 {
     for (int id : selectedIds())
-        DownloaderManager::instance()->pauseJob(id);
+        manager().pauseJob(id);
     emit itemSelectionChanged();
 }
 
 void DownloadTableWidget::onDelete()
 {
     const QVector<int> ids = selectedIdsDownwards();
-    const QString question = ids.size() > 1 ? QStringLiteral("Are you sure to delete them?")
-                                            : QStringLiteral("Are you sure to delete it?");
-    if (showMessageBox(QMessageBox::Question, QStringLiteral("Delete"), question,
+    if (ids.isEmpty())
+        return;
+    const QString question =
+        ids.size() > 1 ? tr("Are you sure to delete them?") : tr("Are you sure to delete it?");
+    if (showMessageBox(QMessageBox::Question, tr("Delete"), question,
                        QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes) == QMessageBox::Yes)
         deleteJobs(ids, true);
     emit itemSelectionChanged();
@@ -164,15 +158,12 @@ void DownloadTableWidget::onDelete()
 
 void DownloadTableWidget::fillMenu(QMenu *menu)
 {
-    menu->addAction(QStringLiteral("Start"), this, &DownloadTableWidget::onStart)
-        ->setEnabled(canStart(true));
-    menu->addAction(QStringLiteral("Pause"), this, &DownloadTableWidget::onPause)
-        ->setEnabled(canPause(true));
-    menu->addAction(QStringLiteral("Delete"), this, &DownloadTableWidget::onDelete)
-        ->setEnabled(hasSelection());
+    menu->addAction(tr("Start"), this, &DownloadTableWidget::onStart)->setEnabled(canStart(true));
+    menu->addAction(tr("Pause"), this, &DownloadTableWidget::onPause)->setEnabled(canPause(true));
+    menu->addAction(tr("Delete"), this, &DownloadTableWidget::onDelete)->setEnabled(hasSelection());
 }
 
 QString DownloadTableWidget::selectAllText() const
 {
-    return QStringLiteral("Select All");
+    return tr("Select All");
 }

@@ -7,9 +7,9 @@
 
 #include <utility>
 
-ExitControl::ExitControl(QWidget *window, std::function<bool()> trayThere)
+ExitControl::ExitControl(QWidget &window, Options &options)
     : m_window(window)
-    , m_trayThere(std::move(trayThere))
+    , m_options(options)
 {
 }
 
@@ -17,10 +17,10 @@ bool ExitControl::queryExit(bool allFinished)
 {
     if (m_queryOpen)
         return false;
-    if (!Options::instance()->queryOnExit || allFinished)
+    if (!m_options.queryOnExit || allFinished)
         return true;
     m_queryOpen = true;
-    DlgExit dialog(m_window);
+    DlgExit dialog(m_options, &m_window);
     const bool accepted = dialog.exec() == QDialog::Accepted;
     m_queryOpen = false;
     return accepted;
@@ -28,19 +28,22 @@ bool ExitControl::queryExit(bool allFinished)
 
 bool ExitControl::sendToBackground()
 {
-    m_inTray = m_trayThere();
-    if (!m_inTray) {
-        m_window->showMinimized();
-        return false;
-    }
-    m_window->hide();
-    return std::exchange(Options::instance()->firstCloseMainFrame, false);
+    m_inBackground = true;
+    return settle();
 }
 
-void ExitControl::followTray()
+bool ExitControl::trayChanged(bool there)
 {
-    if (!m_inTray || m_exiting || m_window->isVisible() || m_trayThere())
-        return;
-    m_inTray = false;
-    m_window->showMinimized();
+    m_tray = there ? Tray::There : Tray::Missing;
+    return m_inBackground && !m_exiting && settle();
+}
+
+bool ExitControl::settle()
+{
+    if (m_tray == Tray::Missing) {
+        m_window.showMinimized();
+        return false;
+    }
+    m_window.hide();
+    return m_tray == Tray::There && std::exchange(m_options.firstCloseMainFrame, false);
 }

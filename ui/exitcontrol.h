@@ -1,15 +1,14 @@
 #pragma once
 
-#include <functional>
-
+class Options;
 class QWidget;
 
 // What closing the window means, and when the program may end.
 class ExitControl final
 {
 public:
-    // trayThere tells whether a hidden window can be brought back by the tray.
-    ExitControl(QWidget *window, std::function<bool()> trayThere);
+    // Both must outlive it.
+    ExitControl(QWidget &window, Options &options);
 
     bool exiting() const { return m_exiting; } // a real close is under way
     void setExiting() { m_exiting = true; }
@@ -19,16 +18,24 @@ public:
     // asked. Runs a modal dialog. False while the question is already open.
     bool queryExit(bool allFinished);
 
-    // Hides the window into the tray, or minimises it where there is none. True when the balloon
+    // Hides the window into the tray, or minimises it where there is none; as long as that is not
+    // known it is hidden, and what becomes of it is decided by trayChanged(). True when the balloon
     // that tells of the tray is due: the first time that the window is hidden.
     bool sendToBackground();
-    // Brings a hidden window back, minimised, when the tray has gone.
-    void followTray();
+    // The tray has come, has gone or is known not to be there: a window that was sent to the
+    // background goes where it can be found again.
+    bool trayChanged(bool there);               // true as above
+    void cameBack() { m_inBackground = false; } // the window is being used again
 
 private:
-    QWidget *m_window;
-    std::function<bool()> m_trayThere;
+    enum class Tray { Unknown, There, Missing };
+
+    bool settle();
+
+    QWidget &m_window;
+    Options &m_options;
+    Tray m_tray = Tray::Unknown;
     bool m_exiting = false;
     bool m_queryOpen = false;
-    bool m_inTray = false;
+    bool m_inBackground = false;
 };

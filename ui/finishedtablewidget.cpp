@@ -1,5 +1,6 @@
 #include "finishedtablewidget.h"
 
+#include "columns.h"
 #include "dlgdeletefinished.h"
 #include "files.h"
 #include "finisheditem.h"
@@ -13,29 +14,25 @@
 #include <QMenu>
 #include <QScopedValueRollback>
 
-namespace {
-
-enum Column { NameColumn, InformationColumn, ColumnCount };
-
-void tell(const QString &title, const QString &text)
+static void tell(const QString &title, const QString &text)
 {
     showMessageBox(QMessageBox::Information, title, text, QMessageBox::Ok, QMessageBox::Ok);
 }
 
-} // namespace
-
 FinishedTableWidget::FinishedTableWidget(QWidget *parent)
     : JobTableWidget({QStringLiteral("Finished TableWidget"), QStringLiteral("387,386"),
-                      ColumnCount, NameColumn},
+                      FinishedColumns::Count, FinishedColumns::Name},
                      parent)
 {
-    setAccessibleName(QStringLiteral("Finished videos"));
-    setItemDelegate(new FinishedItem(this));
 }
 
-void FinishedTableWidget::init()
+void FinishedTableWidget::init(DownloaderManager &manager, Options &options,
+                               const QColor &themeColor)
 {
-    initTable();
+    initTable(manager, options);
+    setItemDelegate(new FinishedItem(themeColor, this));
+    // A stray letter must not rename a video.
+    setEditTriggers(DoubleClicked | EditKeyPressed);
     connect(this, &QTableWidget::cellDoubleClicked, this, &FinishedTableWidget::onDoubleClickEvent);
     connect(this, &QTableWidget::cellChanged, this, &FinishedTableWidget::onCellChange);
 }
@@ -50,11 +47,11 @@ void FinishedTableWidget::insertJob(HttpJob *job, int row)
     auto *name = new QTableWidgetItem(record.title);
     name->setData(Qt::UserRole, record.id);
     name->setFlags(Qt::ItemIsSelectable | Qt::ItemIsEditable | Qt::ItemIsEnabled);
-    setItem(row, NameColumn, name);
+    setItem(row, FinishedColumns::Name, name);
     auto *information =
         new QTableWidgetItem(finishedInformation(record, fileSize(record.output_name)));
     information->setFlags(Qt::ItemIsSelectable | Qt::ItemIsEnabled);
-    setItem(row, InformationColumn, information);
+    setItem(row, FinishedColumns::Information, information);
 }
 
 bool FinishedTableWidget::updateJob(HttpJob *job)
@@ -74,7 +71,7 @@ void FinishedTableWidget::showTitle(const JobRecord &record)
     const QScopedValueRollback<bool> filling(m_filling, true);
     const int row = rowOf(record.id);
     if (row >= 0)
-        item(row, NameColumn)->setText(record.title);
+        item(row, FinishedColumns::Name)->setText(record.title);
 }
 
 bool FinishedTableWidget::hasSingleSelection() const
@@ -95,15 +92,14 @@ void FinishedTableWidget::playRow(int row)
         return;
     const QString file = job->record.output_name;
     if (!QFile::exists(file))
-        tell(QString(), QStringLiteral("Cannot find the video"));
+        tell(QString(), tr("Cannot find the video"));
     else if (!openFile(file))
-        tell(QString(),
-             QStringLiteral("Cannot play the video.Please install a video player first."));
+        tell(QString(), tr("Cannot play the video.Please install a video player first."));
 }
 
 void FinishedTableWidget::onDoubleClickEvent(int row, int column)
 {
-    if (column == InformationColumn)
+    if (column == FinishedColumns::Information)
         playRow(row);
 }
 
@@ -120,14 +116,14 @@ void FinishedTableWidget::onRename()
     if (row < 0)
         return;
     setFocus();
-    editItem(item(row, NameColumn));
+    editItem(item(row, FinishedColumns::Name));
 }
 
 // The editor is still on its way out when it announces the change, and a message box would end it a
 // second time by taking the focus: the rename runs when the editor is gone.
 void FinishedTableWidget::onCellChange(int row, int column)
 {
-    if (column != NameColumn || m_filling)
+    if (column != FinishedColumns::Name || m_filling)
         return;
     const int id = idAt(row);
     QMetaObject::invokeMethod(
@@ -136,30 +132,31 @@ void FinishedTableWidget::onCellChange(int row, int column)
 
 void FinishedTableWidget::commitRename(int id)
 {
-    HttpJob *job = DownloaderManager::instance()->findJob(id);
+    HttpJob *job = manager().findJob(id);
     const int row = rowOf(id);
     if (!job || row < 0)
         return;
-    const QString message = renameJob(&job->record, item(row, NameColumn)->text().trimmed());
+    const QString message =
+        renameJob(&job->record, item(row, FinishedColumns::Name)->text().trimmed());
     // A finished job whose file is not found under its stored name is dropped at the next start.
     if (message.isEmpty())
-        DownloaderManager::instance()->noteChange();
+        manager().noteChange();
     else
-        tell(QStringLiteral("Tip"), message);
+        tell(tr("Tip"), message);
     showTitle(job->record);
 }
 
 QString FinishedTableWidget::renameJob(JobRecord *record, const QString &name)
 {
     if (name.isEmpty())
-        return QStringLiteral("Video name can not empty");
+        return tr("Video name can not empty");
     if (!isValidFileName(name))
-        return QStringLiteral("Video name \"%1\" is invalidate.").arg(name);
+        return tr("Video name \"%1\" is invalidate.").arg(name);
     const QString target = renamedPath(record->output_name, name);
     if (QFile::exists(target))
-        return QStringLiteral("A video called \"%1\" already existed.").arg(name);
+        return tr("A video called \"%1\" already existed.").arg(name);
     if (!QFile::rename(record->output_name, target))
-        return QStringLiteral("Video renamed to \"%1\" failed.").arg(name);
+        return tr("Video renamed to \"%1\" failed.").arg(name);
     record->output_name = target;
     record->title = name;
     return QString();
@@ -168,8 +165,10 @@ QString FinishedTableWidget::renameJob(JobRecord *record, const QString &name)
 void FinishedTableWidget::onDelete()
 {
     const QVector<int> ids = selectedIdsDownwards();
-    if (DlgDeleteFinished(this).exec() == QDialog::Accepted)
-        deleteJobs(ids, Options::instance()->deleteFinishedVideo);
+    if (ids.isEmpty())
+        return;
+    if (DlgDeleteFinished(options(), this).exec() == QDialog::Accepted)
+        deleteJobs(ids, options().deleteFinishedVideo);
     emit itemSelectionChanged();
 }
 
@@ -187,15 +186,15 @@ void FinishedTableWidget::keyPressEvent(QKeyEvent *event)
 
 void FinishedTableWidget::fillMenu(QMenu *menu)
 {
-    menu->addAction(QStringLiteral("&Play"), this, &FinishedTableWidget::onPlay)
+    menu->addAction(tr("&Play"), this, &FinishedTableWidget::onPlay)
         ->setEnabled(hasSingleSelection());
-    menu->addAction(QStringLiteral("&Rename"), this, &FinishedTableWidget::onRename)
+    menu->addAction(tr("&Rename"), this, &FinishedTableWidget::onRename)
         ->setEnabled(hasSingleSelection());
-    menu->addAction(QStringLiteral("&Delete"), this, &FinishedTableWidget::onDelete)
+    menu->addAction(tr("&Delete"), this, &FinishedTableWidget::onDelete)
         ->setEnabled(hasSelection());
 }
 
 QString FinishedTableWidget::selectAllText() const
 {
-    return QStringLiteral("Select &All");
+    return tr("Select &All");
 }

@@ -11,7 +11,8 @@ class FinishedTableWidget final : public JobTableWidget
 public:
     explicit FinishedTableWidget(QWidget *parent = nullptr);
 
-    void init(); // call once, after the form has been built
+    // Call once, after the form has been built; both must outlive the list.
+    void init(DownloaderManager &manager, Options &options, const QColor &themeColor);
 
     void insertJob(HttpJob *job, int row = -1) override;
     bool updateJob(HttpJob *job) override; // the title, when it has changed

@@ -5,50 +5,49 @@
 #include "downloadermanager.h"
 #include "options.h"
 
-#include <QCoreApplication>
-
-#include <utility>
-
-JobNotifications::JobNotifications(const DownloaderManager *manager, QWidget *window,
-                                   ShowBalloon showBalloon)
+JobNotifications::JobNotifications(const DownloaderManager &manager, const Options &options,
+                                   QWidget *window)
     : m_manager(manager)
+    , m_options(options)
     , m_window(window)
-    , m_showBalloon(std::move(showBalloon))
 {
 }
 
 void JobNotifications::jobEnded(int id)
 {
-    const HttpJob *job = m_manager->findJob(id);
-    if (!job || !Options::instance()->notifyWhenFinished)
+    const HttpJob *job = m_manager.findJob(id);
+    if (!job || !m_options.notifyWhenFinished)
         return;
-    if (job->record.video_state == JobState::Finished) {
-        m_showBalloon(QCoreApplication::translate("MainWindow", "Download Finished"),
-                      QCoreApplication::translate("MainWindow", "The video \"%1\" is  completed.")
-                          .arg(job->record.title));
-    } else {
-        m_showBalloon(QCoreApplication::translate("MainWindow", "Download Failed"),
-                      QCoreApplication::translate("MainWindow", "Failed to download \"%1\".")
-                          .arg(job->record.title));
-    }
+    const QString title = job->record.title;
+    if (job->record.video_state == JobState::Finished)
+        emit balloon(tr("Download Finished"), tr("The video \"%1\" is  completed.").arg(title));
+    else
+        emit balloon(tr("Download Failed"), tr("Failed to download \"%1\".").arg(title));
 }
 
 void JobNotifications::allEnded()
 {
     // Heard a moment after the last end: there may be work again.
-    if (m_countdownOpen || !Options::instance()->shutDownWhenAllFinished ||
-        !m_manager->allFinished())
+    if (m_countingDown || !m_options.shutDownWhenAllFinished || !m_manager.allFinished())
         return;
-    m_countdownOpen = true;
-    DlgShutDown dialog(m_window);
-    const auto endWhenBusy = [this, &dialog] {
-        if (!m_manager->allFinished())
-            dialog.reject();
-    };
-    QObject::connect(m_manager, &DownloaderManager::sigJobsChanged, &dialog, endWhenBusy);
-    const bool accepted = dialog.exec() == QDialog::Accepted;
-    m_countdownOpen = false;
-    // Another dialog's loop may have kept this one open until there was work again.
-    if (accepted && m_manager->allFinished())
+    if (countDown())
         CloseSystem(3, m_window);
+    else
+        emit cancelled();
+}
+
+bool JobNotifications::countDown()
+{
+    m_countingDown = true;
+    emit countingDown(true);
+    DlgShutDown dialog(m_window);
+    connect(&m_manager, &DownloaderManager::sigJobsChanged, &dialog, [this, &dialog] {
+        if (!m_manager.allFinished())
+            dialog.reject();
+    });
+    const bool accepted = dialog.exec() == QDialog::Accepted;
+    m_countingDown = false;
+    emit countingDown(false);
+    // Another dialog's loop may have kept this one open until there was work again.
+    return accepted && m_manager.allFinished();
 }

@@ -1,29 +1,38 @@
 #pragma once
 
+#include <QObject>
 #include <QString>
 
-#include <functional>
-
 class DownloaderManager;
+class Options;
 class QWidget;
 
 // Tells the person about jobs that ended, and shuts the computer down after the last one when they
 // asked for it.
-class JobNotifications final
+class JobNotifications final : public QObject
 {
-public:
-    using ShowBalloon = std::function<void(const QString &title, const QString &text)>;
+    Q_OBJECT
+    Q_DISABLE_COPY(JobNotifications)
 
-    JobNotifications(const DownloaderManager *manager, QWidget *window, ShowBalloon showBalloon);
+public:
+    // All must outlive it.
+    JobNotifications(const DownloaderManager &manager, const Options &options, QWidget *window);
 
     void jobEnded(int id); // an unknown id is ignored
     void allEnded();       // may run the countdown dialog
     // While it counts nothing may open above it: the person has to see it.
-    bool isCountingDown() const { return m_countdownOpen; }
+    bool isCountingDown() const { return m_countingDown; }
+
+signals:
+    void balloon(const QString &title, const QString &text);
+    void countingDown(bool now);
+    void cancelled(); // after the countdown; the computer stays on
 
 private:
-    const DownloaderManager *m_manager;
+    bool countDown(); // true: shut down
+
+    const DownloaderManager &m_manager;
+    const Options &m_options;
     QWidget *m_window;
-    ShowBalloon m_showBalloon;
-    bool m_countdownOpen = false;
+    bool m_countingDown = false;
 };

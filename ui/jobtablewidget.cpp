@@ -49,8 +49,10 @@ JobTableWidget::JobTableWidget(const Columns &columns, QWidget *parent)
     setPalette(colors);
 }
 
-void JobTableWidget::initTable()
+void JobTableWidget::initTable(DownloaderManager &manager, Options &options)
 {
+    m_manager = &manager;
+    m_options = &options;
     setColumnCount(m_columns.count);
     setContextMenuPolicy(Qt::CustomContextMenu);
     horizontalHeader()->setVisible(true);
@@ -64,8 +66,7 @@ void JobTableWidget::initTable()
 bool JobTableWidget::loadColumns()
 {
     m_skipResize = true;
-    const bool restored =
-        Options::instance()->restoreColumns(m_columns.name, this, m_columns.defaultWidths);
+    const bool restored = m_options->restoreColumns(m_columns.name, this, m_columns.defaultWidths);
     // A column that cannot be seen cannot be widened either.
     for (int column = 0; column < columnCount(); ++column)
         setColumnWidth(column, qBound(SmallestWidth, columnWidth(column), LargestWidth));
@@ -82,10 +83,11 @@ void JobTableWidget::showEvent(QShowEvent *event)
     // it: otherwise the columns would shrink a little at every start.
     QMetaObject::invokeMethod(
         this,
-        [this] {
+        [this, widths = elasticWidths()] {
             executeDelayedItemsLayout();
             updateGeometries();
-            loadColumns();
+            setElasticWidths(widths);
+            m_lastWidth = viewport()->width();
         },
         Qt::QueuedConnection);
 }
@@ -102,7 +104,7 @@ void JobTableWidget::focusInEvent(QFocusEvent *event)
 
 bool JobTableWidget::saveColumns() const
 {
-    return Options::instance()->saveColumns(m_columns.name, this);
+    return m_options->saveColumns(m_columns.name, this);
 }
 
 void JobTableWidget::resizeEvent(QResizeEvent *event)
@@ -114,15 +116,35 @@ void JobTableWidget::resizeEvent(QResizeEvent *event)
     const int newWidth = event->size().width();
     const int oldWidth = event->oldSize().width() < 0 ? m_lastWidth : event->oldSize().width();
     if (oldWidth > 0) {
-        QVector<int> widths;
-        for (int column = m_columns.firstElastic; column < columnCount(); ++column)
-            widths += columnWidth(column);
-        widths = proportionalWidths(widths, newWidth - oldWidth);
-        for (int i = 0; i < widths.size(); ++i)
-            setColumnWidth(m_columns.firstElastic + i, widths[i]);
+        setElasticWidths(proportionalWidths(elasticWidths(), newWidth - oldWidth));
         m_lastWidth = newWidth;
     }
     QTableWidget::resizeEvent(event);
+}
+
+void JobTableWidget::place(const QRect &place)
+{
+    if (!isVisible()) {
+        const int delta = place.width() - width();
+        setElasticWidths(proportionalWidths(elasticWidths(), delta));
+        if (m_lastWidth > 0)
+            m_lastWidth += delta;
+    }
+    setGeometry(place);
+}
+
+QVector<int> JobTableWidget::elasticWidths() const
+{
+    QVector<int> widths;
+    for (int column = m_columns.firstElastic; column < columnCount(); ++column)
+        widths += columnWidth(column);
+    return widths;
+}
+
+void JobTableWidget::setElasticWidths(const QVector<int> &widths)
+{
+    for (int i = 0; i < widths.size(); ++i)
+        setColumnWidth(m_columns.firstElastic + i, widths[i]);
 }
 
 bool JobTableWidget::isIgnored(int key)
@@ -172,7 +194,7 @@ void JobTableWidget::deleteJobs(const QVector<int> &idsDownwards, bool deleteFil
         const int row = rowOf(*id);
         if (row < 0)
             continue;
-        DownloaderManager::instance()->removeJob(*id, deleteFiles);
+        m_manager->removeJob(*id, deleteFiles);
         rows += row;
     }
     std::sort(rows.begin(), rows.end(), std::greater<int>());
@@ -200,7 +222,7 @@ int JobTableWidget::rowOf(int id) const
 
 HttpJob *JobTableWidget::findJobAt(int row) const
 {
-    return DownloaderManager::instance()->findJob(idAt(row));
+    return m_manager->findJob(idAt(row));
 }
 
 bool JobTableWidget::hasSelection() const

@@ -6,6 +6,7 @@
 #include <QVector>
 
 class JobRows;
+class Options;
 class QMenu;
 
 // Widths after the table has grown by delta pixels (shrunk when negative): the change is shared in
@@ -24,6 +25,9 @@ class JobTableWidget : public QTableWidget, public JobView
 public:
     bool removeJob(HttpJob *job) override;
 
+    // Moves and resizes a list inside its window. One that is not shown has its columns follow at
+    // once: they may be stored before it is shown.
+    void place(const QRect &place);
     bool loadColumns();
     bool saveColumns() const;
 
@@ -51,7 +55,9 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
     static bool isIgnored(int key); // left to the window around the list
-    void initTable();
+    void initTable(DownloaderManager &manager, Options &options); // both must outlive the list
+    DownloaderManager &manager() const { return *m_manager; }
+    Options &options() const { return *m_options; }
     virtual void fillMenu(QMenu *menu) = 0; // the commands in front of "select all"
     virtual QString selectAllText() const = 0;
 
@@ -67,10 +73,14 @@ protected:
 
 private:
     QVector<int> selectedRowNumbers() const; // in selection order
+    QVector<int> elasticWidths() const;
+    void setElasticWidths(const QVector<int> &widths);
 
     const Columns m_columns;
+    DownloaderManager *m_manager = nullptr;
+    Options *m_options = nullptr;
     JobRows *m_rows;
-    int m_lastWidth = -1; // after the last proportional resize
+    int m_lastWidth = -1; // of the viewport, that the columns have followed; -1: never shown
     bool m_wasShown = false;
     bool m_skipResize = false;
 };

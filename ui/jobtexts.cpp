@@ -2,12 +2,19 @@
 
 #include "texts.h"
 
+#include <QCoreApplication>
 #include <QStringList>
 
 #include <cmath>
 #include <limits>
 
 namespace {
+
+// The context of the texts, which belong to no class.
+struct JobTexts
+{
+    Q_DECLARE_TR_FUNCTIONS(JobTexts)
+};
 
 constexpr double OneDay = 86400; // seconds; from there on an estimate says nothing
 
@@ -52,15 +59,15 @@ QString stateDescription(JobState state)
     switch (state) {
     case JobState::Stopped:
     case JobState::PauseFinishes:
-        return QStringLiteral("Paused");
+        return JobTexts::tr("Paused");
     case JobState::Finished:
-        return QStringLiteral("Finished");
+        return JobTexts::tr("Finished");
     case JobState::Errored:
-        return QStringLiteral("Failed");
+        return JobTexts::tr("Failed");
     case JobState::Start:
         break;
     }
-    return QStringLiteral("Downloading");
+    return JobTexts::tr("Downloading");
 }
 
 QString progressData(const JobData &record, qint32 elapsedMs)
@@ -90,14 +97,25 @@ std::optional<ProgressReading> readProgress(const QString &data)
     if (parts.size() != 4)
         return std::nullopt;
     ProgressReading reading;
-    reading.value = parts[0].toDouble();
     reading.maximum = parts[1].toDouble();
     if (!(reading.maximum >= 0.01))
         return std::nullopt;
+    reading.value = qBound(0.0, parts[0].toDouble(), reading.maximum);
     const double seconds = parts[2].toDouble();
-    reading.caption = QStringLiteral("Time left:%1")
+    reading.caption = JobTexts::tr("Time left:%1")
                           .arg(seconds >= 0 && seconds < OneDay ? formatDuration(int(seconds))
-                                                                : QStringLiteral("Unknown"));
+                                                                : JobTexts::tr("Unknown"));
     reading.failed = parts[3].toInt() == qint32(JobState::Errored);
     return reading;
+}
+
+QString spokenProgress(const QString &data)
+{
+    const std::optional<ProgressReading> reading = readProgress(data);
+    if (!reading)
+        return QString();
+    if (reading->failed)
+        return stateDescription(JobState::Errored);
+    return JobTexts::tr("%1%, %2").arg(
+        QString::number(int(100 * reading->value / reading->maximum)), reading->caption);
 }

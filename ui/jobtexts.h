@@ -19,10 +19,11 @@ QString progressData(const JobData &record, qint32 elapsedMs);
 
 struct ProgressReading
 {
-    double value = 0;
+    double value = 0;   // from 0 to the maximum
     double maximum = 0; // at least 0.01
     bool failed = false;
     QString caption; // the time left
 };
 // Nothing when the data has no total to compare with.
 std::optional<ProgressReading> readProgress(const QString &data);
+QString spokenProgress(const QString &data); // for who cannot see the bar

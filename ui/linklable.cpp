@@ -2,6 +2,7 @@
 
 #include <QDesktopServices>
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QStyleOptionFocusRect>
 #include <QStylePainter>
 #include <QUrl>
@@ -29,9 +30,11 @@ void LinkLable::follow()
         QDesktopServices::openUrl(QUrl(m_url, QUrl::TolerantMode));
 }
 
-void LinkLable::mouseReleaseEvent(QMouseEvent *)
+void LinkLable::mouseReleaseEvent(QMouseEvent *event)
 {
-    follow();
+    // Who lets go elsewhere has thought better of it.
+    if (rect().contains(event->pos()))
+        follow();
 }
 
 void LinkLable::keyPressEvent(QKeyEvent *event)

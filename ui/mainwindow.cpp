@@ -2,16 +2,14 @@
 
 #include "appinfo.h"
 #include "cjslib.h"
-#include "clipboardwatch.h"
 #include "dlgabout.h"
 #include "dlgsettings.h"
 #include "downloadermanager.h"
 #include "jobnotifications.h"
-#include "logfile.h"
 #include "messagebox.h"
 #include "newdownload.h"
 #include "options.h"
-#include "outputprofilemanager.h"
+#include "platform.h"
 #include "startup.h"
 #include "trayicon.h"
 #include "ui_mainwindow.h"
@@ -24,8 +22,6 @@
 #include <QDesktopServices>
 #include <QGuiApplication>
 #include <QShortcut>
-#include <QStyle>
-#include <QTabBar>
 #include <QTimer>
 #include <QUrl>
 #include <QWindow>
@@ -33,52 +29,53 @@
 static const int refreshInterval = 1000; // milliseconds
 static const int saveInterval = 30000;   // milliseconds
 
-MainWindow::MainWindow(bool show, QWidget *parent)
+MainWindow::MainWindow(bool show, QWidget *parent, const std::function<bool()> &sessionEnds)
     : QMainWindow(parent)
     , m_ui(std::make_unique<Ui::MainWindow>())
-    , m_exit(this, [] { return QSystemTrayIcon::isSystemTrayAvailable(); })
+    , m_stores(std::make_unique<Stores>())
+    , m_exit(*this, m_stores->options)
+    , m_layout(*m_ui)
+    , m_state(m_stores->options, *this, *m_ui)
 {
-    Options *options = Options::instance();
-    options->load();
-    if (options->enableLogging)
-        LogFile::instance()->open();
     updateScripts();
+    if (sessionEnds())
+        return;
     buildForm();
     setMainWindow(this);
-    options->ensureOutputFolder();
-    m_ui->tabWidget->setCurrentIndex(options->lastActiveTable);
-    if (!loadStores()) {
+    m_stores->options.ensureOutputFolder();
+    if (!m_stores->load()) {
         m_exitCode = 2;
         return;
     }
-    m_manager = DownloaderManager::instance();
-    connectAll();
-    m_manager->fillViews(m_ui->listViewDownloading, m_ui->listViewFinished);
+    if (sessionEnds())
+        return;
+    makeHelpers();
+    connectForm();
+    connectJobs();
+    m_stores->manager.fillViews(m_ui->listViewDownloading, m_ui->listViewFinished);
     startTimers();
-    m_manager->resumeRunning();
+    m_stores->manager.resumeRunning();
     onDownloadListSelectionChanged();
     onFinisedListSelectionChanged();
     updateDownloadList();
+    m_state.restorePlace();
+    m_layout.place(size());
+    m_state.restoreColumns();
     if (m_ui->tabWidget->currentIndex() == 0)
         m_ui->btnNewDownload->setFocus(Qt::OtherFocusReason);
     else
         m_ui->btnOpenFolder->setFocus(Qt::OtherFocusReason);
     buildTray();
-    // Placed before it is shown: a window that is moved once its frame is there lands elsewhere.
-    options->restoreGeometry(QStringLiteral("MainFrame"), this);
     if (show)
         this->show();
     else
         close();
-    m_ui->listViewDownloading->loadColumns();
-    m_ui->listViewFinished->loadColumns();
 }
 
 MainWindow::~MainWindow()
 {
     // Nothing that still happens while the jobs are stopped may reach the window.
-    if (m_manager)
-        m_manager->disconnect(this);
+    m_stores->manager.disconnect(this);
     QGuiApplication::clipboard()->disconnect(this);
     delete m_refreshTimer;
     delete m_saveTimer;
@@ -86,35 +83,33 @@ MainWindow::~MainWindow()
 
     m_notifications.reset();
     m_newDownload.reset();
-    DownloaderManager::destroyInstance();
-    WebDatabase::destroyInstance();
-    OutputProfileManager::destroyInstance();
-    CJSLib::destroyInstance();
-    LogFile::destroyInstance();
-    Options::instance()->save();
-    Options::destroyInstance();
-    AppInfo::destroyInstance();
-    delete m_trayIcon;
+    m_stores.reset();
 }
 
 void MainWindow::buildForm()
 {
     m_ui->setupUi(this);
-    m_ui->listViewDownloading->init();
-    m_ui->listViewFinished->init();
-    CJSLib::instance()->loadScripts();
+    const QColor themeColor = m_stores->info.themeColor;
+    m_ui->listViewDownloading->init(m_stores->manager, m_stores->options, themeColor);
+    m_ui->listViewFinished->init(m_stores->manager, m_stores->options, themeColor);
+    m_stores->scripts.loadScripts();
 }
 
-void MainWindow::connectAll()
+void MainWindow::makeHelpers()
 {
-    QClipboard *clipboard = QGuiApplication::clipboard();
-    m_clipboardWatch = std::make_unique<ClipboardWatch>(clipboard);
-    m_notifications = std::make_unique<JobNotifications>(
-        m_manager, this, [this](const QString &title, const QString &text) {
-            showTrayMessage(title, text, QSystemTrayIcon::Information);
-        });
-    m_newDownload = std::make_unique<NewDownload>(m_manager, m_ui->listViewDownloading, this);
+    m_clipboardWatch = std::make_unique<ClipboardWatch>(
+        *QGuiApplication::clipboard(),
+        ClipboardWatch::Rules{m_stores->info, m_stores->options,
+                              [this] { return clipboardMoment(); },
+                              [this](const QString &address) { openNewDownload(address); }});
+    m_notifications =
+        std::make_unique<JobNotifications>(m_stores->manager, m_stores->options, this);
+    m_newDownload =
+        std::make_unique<NewDownload>(&m_stores->manager, m_ui->listViewDownloading, this);
+}
 
+void MainWindow::connectForm()
+{
     const auto onClick = [this](QPushButton *button, void (MainWindow::*slot)()) {
         connect(button, &QPushButton::clicked, this, slot);
     };
@@ -133,15 +128,6 @@ void MainWindow::connectAll()
     onClick(m_ui->btnSettings, &MainWindow::onSettings);
     onClick(m_ui->btnHelp, &MainWindow::onHelp);
     onClick(m_ui->btnAbout, &MainWindow::onAbout);
-    // Queued: a job can end while it is being started, during the construction or in the middle of
-    // a walk over all jobs, and what follows may open a dialog.
-    connect(m_manager, &DownloaderManager::sigFinished, this, &MainWindow::onFinished,
-            Qt::QueuedConnection);
-    connect(m_manager, &DownloaderManager::sigAllFinished, this, &MainWindow::onAllFinished,
-            Qt::QueuedConnection);
-    // A crash must not lose what was just asked for, nor what was just done.
-    connect(m_manager, &DownloaderManager::sigJobsChanged, this, &MainWindow::saveDownloadList);
-    connect(clipboard, &QClipboard::dataChanged, this, &MainWindow::onClipboardChange);
     // On both tabs; and the only other way out is the tray's menu, which not every desktop shows.
     const auto onKey = [this](QKeySequence::StandardKey key, void (MainWindow::*slot)()) {
         connect(new QShortcut(QKeySequence(key), this), &QShortcut::activated, this, slot);
@@ -149,6 +135,32 @@ void MainWindow::connectAll()
     onKey(QKeySequence::New, &MainWindow::onNewDownload);
     onKey(QKeySequence::Open, &MainWindow::onOpenFolder);
     onKey(QKeySequence::Quit, &MainWindow::onExit);
+    connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, this,
+            &MainWindow::onClipboardChange);
+}
+
+void MainWindow::connectJobs()
+{
+    // Queued: a job can end while it is being started, during the construction or in the middle of
+    // a walk over all jobs, and what follows may open a dialog.
+    const DownloaderManager *manager = &m_stores->manager;
+    connect(manager, &DownloaderManager::sigFinished, this, &MainWindow::onFinished,
+            Qt::QueuedConnection);
+    connect(manager, &DownloaderManager::sigAllFinished, this, &MainWindow::onAllFinished,
+            Qt::QueuedConnection);
+    // A crash must not lose what was just asked for, nor what was just done.
+    connect(manager, &DownloaderManager::sigJobsChanged, this, &MainWindow::saveDownloadList);
+    const JobNotifications *notifications = m_notifications.get();
+    connect(notifications, &JobNotifications::balloon, this,
+            [this](const QString &title, const QString &text) {
+                showTrayMessage(title, text, QSystemTrayIcon::Information);
+            });
+    connect(notifications, &JobNotifications::countingDown, this, [this](bool now) {
+        m_ui->btnSettings->setEnabled(!now);
+        onShowContextMenu();
+    });
+    connect(notifications, &JobNotifications::cancelled, this,
+            [this] { m_clipboardWatch->offerKept(); });
 }
 
 void MainWindow::startTimers()
@@ -163,15 +175,20 @@ void MainWindow::startTimers()
 
 void MainWindow::buildTray()
 {
-    m_trayIcon = new TrayIcon(this);
-    connect(&m_trayIcon->actStartAll, &QAction::triggered, this, &MainWindow::onStartAll);
-    connect(&m_trayIcon->actPauseAll, &QAction::triggered, this, &MainWindow::onPauseAll);
-    connect(&m_trayIcon->actOpenFolder, &QAction::triggered, this, &MainWindow::onOpenFolder);
-    connect(&m_trayIcon->actSettings, &QAction::triggered, this, &MainWindow::onSettings);
-    connect(&m_trayIcon->actExit, &QAction::triggered, this, &MainWindow::onExit);
+    m_trayIcon = std::make_unique<TrayIcon>(
+        m_stores->options, m_stores->info.title,
+        [this](QSystemTrayIcon::ActivationReason reason) { iconActivated(reason); });
+    connect(m_trayIcon->actStartAll, &QAction::triggered, this, &MainWindow::onStartAll);
+    connect(m_trayIcon->actPauseAll, &QAction::triggered, this, &MainWindow::onPauseAll);
+    connect(m_trayIcon->actOpenFolder, &QAction::triggered, this, &MainWindow::onOpenFolder);
+    connect(m_trayIcon->actSettings, &QAction::triggered, this, &MainWindow::onSettings);
+    connect(m_trayIcon->actExit, &QAction::triggered, this, &MainWindow::onExit);
     connect(&m_trayIcon->menu(), &QMenu::aboutToShow, this, &MainWindow::onShowContextMenu);
-    m_trayIcon->setVisible(true);
-    connect(m_trayIcon, &QSystemTrayIcon::activated, this, &MainWindow::iconActivated);
+    platform::watchTray(this, [this](bool there) {
+        m_trayIcon->setTrayThere(there);
+        if (m_exit.trayChanged(m_trayIcon->isShown()))
+            tellOfBackground();
+    });
 }
 
 void MainWindow::showTrayMessage(const QString &title, const QString &text,
@@ -192,31 +209,15 @@ void MainWindow::openNewDownload(const QString &url)
 
 void MainWindow::updateDownloadList()
 {
-    m_manager->updateViews(m_ui->listViewDownloading, m_ui->listViewFinished);
-    const int downloading = m_ui->listViewDownloading->rowCount();
-    const int finished = m_ui->listViewFinished->rowCount();
-    m_ui->tabWidget->setTabText(0, tr("Downloading(%1)").arg(downloading));
-    m_ui->tabWidget->setTabText(1, tr("Finished(%1)").arg(finished));
-    giveCaptionsRoom(qMax(downloading, finished) >= 100);
+    m_stores->manager.updateViews(m_ui->listViewDownloading, m_ui->listViewFinished);
+    m_layout.showCounts(m_ui->listViewDownloading->rowCount(), m_ui->listViewFinished->rowCount());
     // A selected job may have ended by itself.
     onDownloadListSelectionChanged();
-    m_exit.followTray();
-}
-
-// Long captions get the room of the tabs' padding, which the style sheet gives by this property.
-void MainWindow::giveCaptionsRoom(bool needed)
-{
-    QTabBar *tabs = m_ui->tabWidget->tabBar();
-    if (tabs->property("longCaptions").toBool() == needed)
-        return;
-    tabs->setProperty("longCaptions", needed);
-    tabs->style()->unpolish(tabs);
-    tabs->style()->polish(tabs);
 }
 
 void MainWindow::saveDownloadList()
 {
-    WebDatabase::instance()->Save(m_manager);
+    m_stores->database.Save(&m_stores->manager);
 }
 
 void MainWindow::onStart()
@@ -264,7 +265,7 @@ void MainWindow::onRename()
 
 void MainWindow::onOpenFolder()
 {
-    Options::instance()->openOutputFolder();
+    m_stores->options.openOutputFolder();
 }
 
 void MainWindow::onFinisedListSelectionChanged()
@@ -280,38 +281,39 @@ void MainWindow::onSettings()
     if (m_settingsOpen || m_notifications->isCountingDown())
         return;
     m_settingsOpen = true;
-    DlgSettings dialog(this);
+    DlgSettings dialog(m_stores->options, this);
     if (dialog.exec() == QDialog::Accepted)
-        Options::instance()->save();
+        m_stores->options.save();
     m_settingsOpen = false;
 }
 
 void MainWindow::onHelp()
 {
-    QDesktopServices::openUrl(QUrl(AppInfo::instance()->helpUrl));
+    QDesktopServices::openUrl(QUrl(m_stores->info.helpUrl));
 }
 
 void MainWindow::onAbout()
 {
-    DlgAbout dialog(this);
+    DlgAbout dialog(m_stores->info, this);
     dialog.exec();
 }
 
 void MainWindow::onStartAll()
 {
-    m_manager->startAll();
+    m_stores->manager.startAll();
 }
 
 void MainWindow::onPauseAll()
 {
-    m_manager->pauseAll();
+    m_stores->manager.pauseAll();
 }
 
 void MainWindow::onShowContextMenu()
 {
     const DownloadTableWidget *list = m_ui->listViewDownloading;
-    m_trayIcon->setEnabled(
-        {list->canStart(false), list->canPause(false), !m_settingsOpen, !m_exit.queryOpen()});
+    m_trayIcon->setEnabled({list->canStart(false), list->canPause(false),
+                            !m_settingsOpen && !m_notifications->isCountingDown(),
+                            !m_exit.queryOpen()});
 }
 
 void MainWindow::showAgain()
@@ -356,20 +358,20 @@ void MainWindow::onAllFinished()
 
 void MainWindow::onClipboardChange()
 {
-    offerAddress(m_clipboardWatch->changed());
+    m_clipboardWatch->changed();
 }
 
-void MainWindow::offerAddress(const QString &text)
+ClipboardWatch::Moment MainWindow::clipboardMoment() const
 {
-    if (text.isEmpty() || !AppInfo::instance()->isSupportedUrl(text))
-        return;
-    if (Options::instance()->autoOpenNew && !m_newDownload->isOpen() && !m_exit.exiting())
-        openNewDownload(text);
+    if (m_newDownload->isOpen() || m_exit.exiting())
+        return ClipboardWatch::Moment::Drop;
+    return m_notifications->isCountingDown() ? ClipboardWatch::Moment::Keep
+                                             : ClipboardWatch::Moment::Offer;
 }
 
 bool MainWindow::onQueryExit()
 {
-    return m_exit.queryExit(m_manager->allFinished());
+    return m_exit.queryExit(m_stores->manager.allFinished());
 }
 
 void MainWindow::onExit()
@@ -392,12 +394,7 @@ void MainWindow::onClose()
         return;
     delete m_refreshTimer;
     m_refreshTimer = nullptr;
-    Options *options = Options::instance();
-    options->saveGeometry(QStringLiteral("MainFrame"), this);
-    m_ui->listViewDownloading->saveColumns();
-    m_ui->listViewFinished->saveColumns();
-    options->lastActiveTable = m_ui->tabWidget->currentIndex();
-    options->showMainFrame = isVisible();
+    m_state.save();
 }
 
 bool MainWindow::event(QEvent *event)
@@ -405,9 +402,11 @@ bool MainWindow::event(QEvent *event)
     if (event->type() == QEvent::Close) {
         onClose();
     } else if (event->type() == QEvent::WindowActivate && m_clipboardWatch) {
+        if (!isMinimized())
+            m_exit.cameBack();
         // A dialog must not open inside the change of the focus.
         QMetaObject::invokeMethod(
-            this, [this] { offerAddress(m_clipboardWatch->activated()); }, Qt::QueuedConnection);
+            this, [this] { m_clipboardWatch->activated(); }, Qt::QueuedConnection);
     } else if (event->type() == QEvent::ContextMenu && m_trayIcon) {
         // The tray's menu is within reach on a desktop without a tray as well.
         m_trayIcon->menu().popup(static_cast<QContextMenuEvent *>(event)->globalPos());
@@ -425,30 +424,21 @@ void MainWindow::closeEvent(QCloseEvent *event)
         QCoreApplication::quit();
         return;
     }
-    if (m_exit.sendToBackground()) {
-        showTrayMessage(QString(),
-                        tr("Corvane Reelkeeper will continue to run in the background. You can "
-                           "click this icon to open it again."),
-                        QSystemTrayIcon::Information);
-    }
+    if (m_exit.sendToBackground())
+        tellOfBackground();
     event->ignore();
+}
+
+void MainWindow::tellOfBackground()
+{
+    showTrayMessage(QString(),
+                    tr("Corvane Reelkeeper will continue to run in the background. You can click "
+                       "this icon to open it again."),
+                    QSystemTrayIcon::Information);
 }
 
 void MainWindow::resizeEvent(QResizeEvent *event)
 {
     QMainWindow::resizeEvent(event);
-    const QSize size = event->size();
-    m_ui->tabWidget->resize(size);
-    const QSize list(size.width() - m_margins.left() - m_margins.right(),
-                     size.height() - m_margins.top() - m_margins.bottom());
-    m_ui->listViewDownloading->resize(list);
-    m_ui->listViewFinished->resize(list);
-
-    int right = size.width() - 11;
-    for (QPushButton *button : {m_ui->btnAbout, m_ui->btnHelp, m_ui->btnSettings}) {
-        QRect place = button->geometry();
-        place.moveRight(right);
-        button->move(place.topLeft());
-        right = place.left() - 1;
-    }
+    m_layout.place(event->size());
 }

@@ -1,19 +1,21 @@
 #pragma once
 
+#include "clipboardwatch.h"
 #include "exitcontrol.h"
+#include "windowlayout.h"
+#include "windowstate.h"
 
 #include <QMainWindow>
-#include <QMargins>
 #include <QString>
 #include <QSystemTrayIcon>
 
+#include <functional>
 #include <memory>
 
-class ClipboardWatch;
-class DownloaderManager;
 class JobNotifications;
 class NewDownload;
 class QTimer;
+class Stores;
 class TrayIcon;
 
 namespace Ui {
@@ -30,7 +32,11 @@ class MainWindow final : public QMainWindow
 
 public:
     // Runs the update dialog, and message boxes when something cannot be loaded.
-    explicit MainWindow(bool show, QWidget *parent = nullptr);
+    // sessionEnds is asked after each of them: a session that ends meanwhile ends the start.
+    // Nothing is started or shown then, and the window is of no use.
+    explicit MainWindow(
+        bool show, QWidget *parent = nullptr,
+        const std::function<bool()> &sessionEnds = [] { return false; });
     ~MainWindow() override;
 
     // 0, or 2 when the start-up failed: the window is then of no use and the program must end with
@@ -79,23 +85,26 @@ protected:
 
 private:
     void buildForm();
-    void connectAll();
+    void makeHelpers();
+    void connectForm();
+    void connectJobs();
     void startTimers();
     void buildTray();
-    void giveCaptionsRoom(bool needed);
     void showAgain();
-    void offerAddress(const QString &text);
+    void tellOfBackground();
+    ClipboardWatch::Moment clipboardMoment() const;
 
     std::unique_ptr<Ui::MainWindow> m_ui;
-    DownloaderManager *m_manager = nullptr; // the process's; null until the start-up reached it
+    std::unique_ptr<Stores> m_stores; // what follows refers to it
+    ExitControl m_exit;
+    WindowLayout m_layout;
+    WindowState m_state;
     QTimer *m_refreshTimer = nullptr;
     QTimer *m_saveTimer = nullptr;
     std::unique_ptr<ClipboardWatch> m_clipboardWatch;
-    ExitControl m_exit;
     bool m_settingsOpen = false;
     std::unique_ptr<NewDownload> m_newDownload;
-    TrayIcon *m_trayIcon = nullptr;
+    std::unique_ptr<TrayIcon> m_trayIcon;
     std::unique_ptr<JobNotifications> m_notifications;
-    QMargins m_margins{7, 43, 13, 52};
     int m_exitCode = 0;
 };

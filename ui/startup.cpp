@@ -1,9 +1,12 @@
 #include "startup.h"
 
+#include "appinfo.h"
+#include "cjslib.h"
 #include "dlgupdate.h"
 #include "downloadermanager.h"
 #include "logfile.h"
 #include "messagebox.h"
+#include "options.h"
 #include "outputprofilemanager.h"
 #include "webdatabase.h"
 
@@ -25,29 +28,54 @@ void updateScripts()
     dialog.exec();
 }
 
-bool loadStores()
+Stores::Stores()
+    : info(*AppInfo::instance())
+    , options(*Options::instance())
+    , scripts(*CJSLib::instance())
+    , profiles(*OutputProfileManager::instance())
+    , manager(*DownloaderManager::instance())
+    , database(*WebDatabase::instance())
 {
-    if (!OutputProfileManager::instance()->load()) {
+    options.load();
+    if (options.enableLogging)
+        LogFile::instance()->open();
+}
+
+// The manager first: its jobs work with all others.
+Stores::~Stores()
+{
+    DownloaderManager::destroyInstance();
+    WebDatabase::destroyInstance();
+    OutputProfileManager::destroyInstance();
+    CJSLib::destroyInstance();
+    LogFile::destroyInstance();
+    options.save();
+    Options::destroyInstance();
+    AppInfo::destroyInstance();
+}
+
+bool Stores::load()
+{
+    if (!profiles.load()) {
         report(QMessageBox::Critical,
                "Failed to load profiles. Please reinstall the program to solve this problem.",
                QStringLiteral("Load profiles.xml"));
         return false;
     }
-    WebDatabase *database = WebDatabase::instance();
-    if (!database->Init()) {
+    if (!database.Init()) {
         report(QMessageBox::Critical,
                "Failed to load the download database. Please reinstall the program to solve this "
                "problem.",
                QStringLiteral("Load Database."));
         return false;
     }
-    if (database->Read(DownloaderManager::instance()))
+    if (database.Read(&manager))
         return true;
     report(QMessageBox::Warning,
            "Failed to read from the download database. A new database is going to be created and "
            "the download history will be lost.",
            QStringLiteral("Read Database."));
-    if (database->Recreate())
+    if (database.Recreate())
         return true;
     report(QMessageBox::Critical,
            "Failed to create the download database. Please reinstall the program to solve this "

@@ -1,13 +1,36 @@
 #pragma once
 
-class QWidget;
+class AppInfo;
+class CJSLib;
+class DownloaderManager;
+class Options;
+class OutputProfileManager;
+class WebDatabase;
 
-// The steps of the start-up that ask the world outside. User-interface thread.
+// The start-up's share of the window: what asks the world outside, and the process-wide objects.
+// User-interface thread.
 
 // Runs the update of the site scripts; the program starts whatever comes of it.
 void updateScripts();
 
-// Loads what the program cannot do without: the output profiles, and the job list into the
-// process's download manager. False when the program must end; the person has then been told, and
-// it has been logged. Runs message boxes.
-bool loadStores();
+// The process-wide objects that the window stands on, made and unmade in one place.
+class Stores final
+{
+public:
+    Stores(); // with the settings loaded, the others empty
+    ~Stores();
+    Stores(const Stores &) = delete;
+    Stores &operator=(const Stores &) = delete;
+
+    // Loads what the program cannot do without: the output profiles, and the job list into the
+    // manager. False when the program must end; the person has then been told, and it has been
+    // logged. Runs message boxes.
+    bool load();
+
+    AppInfo &info;
+    Options &options;
+    CJSLib &scripts;
+    OutputProfileManager &profiles;
+    DownloaderManager &manager;
+    WebDatabase &database;
+};

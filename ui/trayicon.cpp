@@ -1,50 +1,52 @@
 #include "trayicon.h"
 
-#include "appinfo.h"
 #include "options.h"
 
-#include <QCoreApplication>
+#include <utility>
 
-static QString text(const char *source)
+TrayIcon::TrayIcon(const Options &options, const QString &title, Activated activated)
+    : m_options(options)
+    , m_title(title)
+    , m_activated(std::move(activated))
+    , actStartAll(m_menu.addAction(tr("&Start All")))
+    , actPauseAll(m_menu.addAction(tr("&Pause All")))
+    , actOpenFolder(m_menu.addAction(tr("&Open Folder...")))
+    , actSettings(m_menu.addAction(tr("S&ettings...")))
+    , actExit(m_menu.addAction(tr("&Exit")))
 {
-    return QCoreApplication::translate("MainWindow", source);
+    m_menu.insertSeparator(actOpenFolder);
+    m_menu.insertSeparator(actExit);
 }
 
-TrayIcon::TrayIcon(QObject *parent)
-    : QSystemTrayIcon(parent)
-    , actStartAll(text("&Start All"))
-    , actPauseAll(text("&Pause All"))
-    , actOpenFolder(text("&Open Folder..."))
-    , actSettings(text("S&ettings..."))
-    , actExit(text("&Exit"))
-{
-    m_menu.addAction(&actStartAll);
-    m_menu.addAction(&actPauseAll);
-    m_menu.addSeparator();
-    m_menu.addAction(&actOpenFolder);
-    m_menu.addAction(&actSettings);
-    m_menu.addSeparator();
-    m_menu.addAction(&actExit);
-    setContextMenu(&m_menu);
-    setIcon(QIcon(QStringLiteral(":/png/GeneratedFiles/mainframe_small.png")));
-    setToolTip(AppInfo::instance()->title);
-}
-
-TrayIcon::~TrayIcon()
-{
-    hide();
-}
+TrayIcon::~TrayIcon() = default;
 
 void TrayIcon::setEnabled(const Enabled &enabled)
 {
-    actStartAll.setEnabled(enabled.startAll);
-    actPauseAll.setEnabled(enabled.pauseAll);
-    actSettings.setEnabled(enabled.settings);
-    actExit.setEnabled(enabled.exit);
+    actStartAll->setEnabled(enabled.startAll);
+    actPauseAll->setEnabled(enabled.pauseAll);
+    actSettings->setEnabled(enabled.settings);
+    actExit->setEnabled(enabled.exit);
 }
 
-void TrayIcon::showBalloon(const QString &title, const QString &text, MessageIcon icon)
+// An icon is made for every tray that comes: the toolkit decides when it is made how to show it,
+// and one that was made too early would never be seen.
+void TrayIcon::setTrayThere(bool there)
 {
-    const int seconds = qBound(1, Options::instance()->trayNotifyDuration, 3600);
-    showMessage(title, text, icon, seconds * 1000);
+    m_icon.reset();
+    if (!there || !QSystemTrayIcon::isSystemTrayAvailable())
+        return;
+    m_icon = std::make_unique<QSystemTrayIcon>();
+    m_icon->setContextMenu(&m_menu);
+    m_icon->setIcon(QIcon(QStringLiteral(":/png/GeneratedFiles/mainframe_small.png")));
+    m_icon->setToolTip(m_title);
+    QObject::connect(m_icon.get(), &QSystemTrayIcon::activated, m_icon.get(), m_activated);
+    m_icon->show();
+}
+
+void TrayIcon::showBalloon(const QString &title, const QString &text,
+                           QSystemTrayIcon::MessageIcon icon)
+{
+    const int seconds = qBound(1, m_options.trayNotifyDuration, 3600);
+    if (m_icon)
+        m_icon->showMessage(title, text, icon, seconds * 1000);
 }

@@ -1,20 +1,28 @@
 #pragma once
 
-#include <QAction>
+#include <QCoreApplication>
 #include <QMenu>
 #include <QSystemTrayIcon>
 
-// The icon in the tray with its menu.
-class TrayIcon final : public QSystemTrayIcon
+#include <functional>
+#include <memory>
+
+class Options;
+
+// The icon in the tray, for as long as the desktop has a tray, and its menu.
+class TrayIcon final
 {
-    Q_OBJECT
+    Q_DECLARE_TR_FUNCTIONS(MainWindow)
     Q_DISABLE_COPY(TrayIcon)
 
 public:
-    explicit TrayIcon(QObject *parent);
-    ~TrayIcon() override;
+    using Activated = std::function<void(QSystemTrayIcon::ActivationReason)>;
 
-    // What the menu offers at the moment; set when it is about to be shown.
+    // options: must outlive it.
+    TrayIcon(const Options &options, const QString &title, Activated activated);
+    ~TrayIcon();
+
+    // What the menu offers at the moment.
     struct Enabled
     {
         bool startAll = false;
@@ -25,17 +33,26 @@ public:
     void setEnabled(const Enabled &enabled);
     QMenu &menu() { return m_menu; }
 
-    // A balloon that stays for as long as the settings say.
-    void showBalloon(const QString &title, const QString &text, MessageIcon icon = Information);
+    void setTrayThere(bool there);
+    bool isShown() const { return m_icon != nullptr; }
+    // A balloon that stays for as long as the settings say; nothing while there is no icon.
+    void showBalloon(const QString &title, const QString &text,
+                     QSystemTrayIcon::MessageIcon icon = QSystemTrayIcon::Information);
 
 private:
-    // The actions go first, then the menu.
+    const Options &m_options;
+    const QString m_title;
+    const Activated m_activated;
     QMenu m_menu;
 
 public:
-    QAction actStartAll;
-    QAction actPauseAll;
-    QAction actOpenFolder;
-    QAction actSettings;
-    QAction actExit;
+    // The menu's.
+    QAction *const actStartAll;
+    QAction *const actPauseAll;
+    QAction *const actOpenFolder;
+    QAction *const actSettings;
+    QAction *const actExit;
+
+private:
+    std::unique_ptr<QSystemTrayIcon> m_icon;
 };

@@ -117,8 +117,8 @@ private slots:
         layout->addWidget(m_downloads);
         layout->addWidget(m_finished);
         layout->addWidget(new QPushButton);
-        m_downloads->init();
-        m_finished->init();
+        m_downloads->init(*m_manager, *Options::instance(), Qt::darkBlue);
+        m_finished->init(*m_manager, *Options::instance(), Qt::darkBlue);
         m_window->resize(900, 700);
         m_window->show();
         QVERIFY(QTest::qWaitForWindowActive(m_window.get()));

@@ -1,4 +1,3 @@
-#include "appinfo.h"
 #include "finisheditem.h"
 #include "jobtexts.h"
 #include "literals.h"
@@ -22,11 +21,11 @@ static QImage paint(int column, const QString &text, bool selected = false)
     option.state = QStyle::State_Enabled;
     option.state.setFlag(QStyle::State_Selected, selected);
     option.showDecorationSelected = true;
-    option.textElideMode = Qt::ElideNone;
+    option.textElideMode = Qt::ElideRight;
     option.features = QStyleOptionViewItem::WrapText;
     option.palette.setColor(QPalette::HighlightedText, Qt::white);
     QPainter painter(&image);
-    DownloadItem().paint(&painter, option, model.index(0, column));
+    DownloadItem(Qt::darkBlue, nullptr).paint(&painter, option, model.index(0, column));
     return image;
 }
 
@@ -122,7 +121,7 @@ private slots:
     void captionStandsOutFromTheGround()
     {
         for (bool selected : {false, true}) {
-            const QColor ground = selected ? AppInfo::instance()->themeColor : White;
+            const QColor ground = selected ? QColor(Qt::darkBlue) : White;
             const QImage lowerHalf = paint(3, "1 4 12 0"_q, selected).copy(0, 19, Width, 21);
             const QRect caption = ink(lowerHalf, ground);
             QVERIFY(caption.width() > 50 && caption.left() >= 5);

@@ -1,3 +1,4 @@
+#include "appinfo.h"
 #include "clipboardwatch.h"
 #include "dlgsettings.h"
 #include "dlgshutdown.h"
@@ -12,12 +13,13 @@
 #include "options.h"
 #include "surroundings.h"
 #include "testmain.h"
-#include "trayicon.h"
 #include "webdatabase.h"
 
 #include <QCheckBox>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
 
@@ -102,21 +104,33 @@ private slots:
     void sameTextIsOfferedOnceWhereTheFocusIsNeeded()
     {
         QClipboard *clipboard = QGuiApplication::clipboard();
-        clipboard->setText(" one\n"_q);
-        ClipboardWatch watch(clipboard, true);
-        QCOMPARE(watch.changed(), "one"_q);
-        QCOMPARE(watch.changed(), QString());
+        QStringList offered;
+        Options::instance()->autoOpenNew = true;
+        ClipboardWatch watch(*clipboard,
+                             {*AppInfo::instance(), *Options::instance(),
+                              [] { return ClipboardWatch::Moment::Offer; },
+                              [&offered](const QString &address) { offered += address; }},
+                             true);
+        const QString first = "www.video.example/1"_q;
+        const QString second = "www.video.example/2"_q;
+        clipboard->setText(first);
+        watch.changed();
+        watch.changed();
+        QCOMPARE(offered, QStringList{first});
         clipboard->clear();
-        QCOMPARE(watch.activated(), QString());
-        clipboard->setText("two"_q);
-        QCOMPARE(watch.activated(), "two"_q);
+        watch.activated();
+        clipboard->setText(first);
+        watch.activated();
+        clipboard->setText(second);
+        watch.activated();
+        QCOMPARE(offered, (QStringList{first, second}));
     }
 
     void closingKeepsTheProgram()
     {
         MainWindow window(true);
         window.close(); // there is no tray here
-        QVERIFY(window.isVisible() && window.isMinimized());
+        QTRY_VERIFY(window.isVisible() && window.isMinimized());
         QVERIFY(Options::instance()->firstCloseMainFrame);
         window.hide();
         window.onInstanceCheck("0"_q);
@@ -125,16 +139,19 @@ private slots:
         QVERIFY(window.isVisible() && !window.isMinimized());
     }
 
-    void traylessDesktopGetsTheWindowBack()
+    void windowGoesWhereItCanBeFoundAgain()
     {
-        bool tray = true;
         QWidget window;
         window.show();
-        ExitControl control(&window, [&tray] { return tray; });
-        QVERIFY(control.sendToBackground() && !window.isVisible());
-        tray = false;
-        control.followTray();
-        QVERIFY(window.isVisible() && window.isMinimized());
+        ExitControl control(window, *Options::instance());
+        QVERIFY(!control.sendToBackground() && !window.isVisible()); // the tray is not known yet
+        QVERIFY(!control.trayChanged(false) && window.isMinimized() && window.isVisible());
+        QVERIFY(control.trayChanged(true) && !window.isVisible());
+        QVERIFY(!control.trayChanged(false) && window.isMinimized() && window.isVisible());
+        QVERIFY(!control.trayChanged(true) && !window.isVisible()); // the balloon is for once
+        window.show();
+        control.cameBack();
+        QVERIFY(!control.trayChanged(true) && window.isVisible());
     }
 
     void exitAsksWhileThereIsSomethingToLose()
@@ -160,7 +177,7 @@ private slots:
                 ModalDriver::press(QString::fromLatin1(row.button))(dialog);
             });
             QTimer::singleShot(0, &window, [&window] {
-                window.findChild<TrayIcon *>()->actExit.trigger();
+                trayAction(window, "&Exit"_q)->trigger();
                 QTimer::singleShot(0, &window, [] { QCoreApplication::exit(7); });
             });
             QCOMPARE(QApplication::exec() == 0, row.ends);
@@ -217,7 +234,7 @@ private slots:
         DlgShutDown countdown(nullptr, 2);
         QCOMPARE(countdown.exec(), int(QDialog::Accepted)); // by itself
         DownloaderManager manager(testSurroundings());
-        JobNotifications notifications(&manager, nullptr, nullptr);
+        JobNotifications notifications(manager, *Options::instance(), nullptr);
         const auto shutDown = [&](bool wanted, const QString &button) {
             const ModalDriver person("DlgShutDown", ModalDriver::press(button));
             Options::instance()->shutDownWhenAllFinished = wanted;
@@ -238,9 +255,9 @@ private slots:
         job->record.video_state = JobState::Errored;
         manager.addLoadedJob(std::move(job));
         QString balloon;
-        JobNotifications notifications(
-            &manager, nullptr,
-            [&](const QString &title, const QString &text) { balloon = title + "|"_q + text; });
+        JobNotifications notifications(manager, *Options::instance(), nullptr);
+        connect(&notifications, &JobNotifications::balloon, this,
+                [&](const QString &title, const QString &text) { balloon = title + "|"_q + text; });
         notifications.jobEnded(4);
         QCOMPARE(balloon, "Download Failed|Failed to download \"50% %1\"."_q);
     }
@@ -268,10 +285,11 @@ private slots:
         QVERIFY(writeFile(m_sandbox.path("file"_q), "x"));
         for (const auto &row : cases) {
             const QString before = Options::instance()->outputFolder;
-            DlgSettings dialog(nullptr, [&row](QWidget *, const QString &, QString *result) {
-                *result = row.chosen;
-                return !row.chosen.isEmpty();
-            });
+            DlgSettings dialog(*Options::instance(), nullptr,
+                               [&row](QWidget *, const QString &, QString *result) {
+                                   *result = row.chosen;
+                                   return !row.chosen.isEmpty();
+                               });
             QString shown;
             const ModalDriver person("QMessageBox", [&](QWidget *box) {
                 const QString button = shown.isEmpty() ? QString::fromLatin1(row.answer) : "OK"_q;
@@ -288,7 +306,7 @@ private slots:
 
     void escLeavesTheSettings()
     {
-        DlgSettings dialog;
+        DlgSettings dialog(*Options::instance());
         for (QCheckBox *box : dialog.findChildren<QCheckBox *>())
             box->toggle();
         QTest::keyClick(&dialog, Qt::Key_Escape);
@@ -304,6 +322,20 @@ private:
     static Widget *child(const QWidget &window, const char *name)
     {
         return window.findChild<Widget *>(QString::fromLatin1(name));
+    }
+
+    // The tray's menu is the window's as well.
+    static QAction *trayAction(QWidget &window, const QString &text)
+    {
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint());
+        QApplication::sendEvent(&window, &event);
+        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+        menu->close();
+        for (QAction *action : menu->actions()) {
+            if (action->text() == text)
+                return action;
+        }
+        return nullptr;
     }
 
     void storeJobs(const QList<JobState> &states)
