@@ -1,63 +1,22 @@
 #include "httptask.h"
 
-#include "contentrange.h"
+#include "contenttype.h"
 #include "cookies.h"
 #include "downloaderror.h"
 #include "jobrecord.h"
 #include "logfile.h"
 #include "platform.h"
+#include "streamexchange.h"
 #include "texts.h"
 #include "trace.h"
 
 #include <QNetworkAccessManager>
-#include <QNetworkRequest>
 #include <QThread>
-#include <QUrl>
-
-namespace {
-
-int statusOf(const QNetworkReply &reply)
-{
-    return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-}
-
-// The part of a content type that serves as file extension; empty when there is none that can be
-// part of a file name.
-QString extensionOf(const QString &contentType)
-{
-    int separator = contentType.indexOf(QLatin1Char('-'));
-    if (separator < 0)
-        separator = contentType.indexOf(QLatin1Char('/'));
-    if (separator < 0)
-        return QString();
-    const QString extension = contentType.mid(separator + 1);
-    for (const QChar c : extension) {
-        if (c == QLatin1Char('/') || c == QLatin1Char('\\') || c.category() == QChar::Other_Control)
-            return QString();
-    }
-    return extension;
-}
-
-bool isPageExtension(const QString &extension)
-{
-    return extension.compare(QLatin1String("html"), Qt::CaseInsensitive) == 0 ||
-           extension.compare(QLatin1String("htm"), Qt::CaseInsensitive) == 0;
-}
-
-bool isStreamType(const QString &contentType)
-{
-    const QString extension = extensionOf(contentType);
-    return !extension.isEmpty() && !isPageExtension(extension) &&
-           !contentType.startsWith(QLatin1String("text/html"), Qt::CaseInsensitive);
-}
-
-} // namespace
 
 HttpTask::HttpTask(JobRecord &record, const QString &outputFolder, int stallTimeout)
     : m_record(record)
     , m_outputFolder(outputFolder)
     , m_stallTimeout(stallTimeout)
-    , m_file(new QFile(this))
     , m_manager(new QNetworkAccessManager(this))
 {
 }
@@ -101,10 +60,15 @@ bool HttpTask::prepareResume()
         return true;
     }
     if (openSource() != 0) {
-        reportFileError(m_file->error());
+        reportFileError(m_source.error());
         return false;
     }
-    const qint64 size = m_file->size();
+    const qint64 size = m_source.size();
+    if (size == 0) {
+        // Emptied behind our back: what comes now need not be the stream that was here.
+        forgetSource();
+        return true;
+    }
     if (m_record.download_bytes != size) {
         m_record.download_bytes = qMin<qint64>(m_record.download_bytes, size);
     } else if (size == m_record.total_bytes) {
@@ -113,12 +77,8 @@ bool HttpTask::prepareResume()
     }
     m_resumeFrom = m_record.download_bytes;
     // What lies behind the stored count would be left over behind the end of the video.
-    if (size > m_resumeFrom && !m_file->resize(m_resumeFrom)) {
-        reportFileError(QFile::ResizeError);
-        return false;
-    }
-    if (!m_file->seek(m_resumeFrom)) {
-        reportFileError(m_file->error());
+    if (!m_source.continueAt(m_resumeFrom)) {
+        reportFileError(m_source.error());
         return false;
     }
     // The state is Start already, and writing it from here could undo a pause that arrives now.
@@ -128,20 +88,8 @@ bool HttpTask::prepareResume()
 
 void HttpTask::sendRequest()
 {
-    const QUrl url(m_record.video_url);
-    TRACE() << "request:" << url.toString();
-    QNetworkRequest request(url);
-    request.setTransferTimeout(m_stallTimeout);
-    // Cookies of an earlier answer of this attempt must not take the place of the page's.
-    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
-    request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
-    // Anything else would be unpacked on the way, and no offset of the file would be true.
-    request.setRawHeader("Accept-Encoding", "identity");
-    if (!m_record.video_usser_agent.isEmpty())
-        request.setRawHeader("User-Agent", m_record.video_usser_agent.toLatin1());
-    request.setRawHeader("Cookie", m_record.video_cookies.text().toLatin1());
-    if (m_resumeFrom > 0)
-        request.setRawHeader("Range", "bytes=" + QByteArray::number(m_resumeFrom) + '-');
+    const QNetworkRequest request = streamRequest(m_record, m_resumeFrom, m_stallTimeout);
+    TRACE() << "request:" << request.url().toString();
     for (const QByteArray &name : request.rawHeaderList())
         TRACE() << name << request.rawHeader(name);
 
@@ -162,46 +110,26 @@ void HttpTask::sendRequest()
     connect(m_reply, &QNetworkReply::errorOccurred, this, &HttpTask::onNetworkError);
 }
 
-void HttpTask::startOver()
-{
-    TRACE() << "start over" << m_record.video_mame.text();
-    releaseReply();
-    m_file->close();
-    forgetSource();
-    sendRequest();
-}
-
 void HttpTask::forgetSource()
 {
     // First, so that whoever sees the count go down also sees why.
     m_record.sourceGeneration += 1;
     m_record.download_bytes = 0;
     m_record.total_bytes = -1;
-    m_resumeFrom = 0;
 }
 
 int HttpTask::openSource()
 {
-    m_file->close();
-    m_file->setFileName(m_record.video_mame);
-    return m_file->open(QIODevice::ReadWrite | QIODevice::Unbuffered) ? 0 : FileError;
+    return m_source.open(m_record.video_mame) ? 0 : FileError;
 }
 
 int HttpTask::createSource(const QString &contentType)
 {
-    const QString extension = extensionOf(contentType);
-    if (extension.isEmpty())
-        return NoContentType;
-    if (isPageExtension(extension))
-        return HtmlInsteadOfVideo;
-    QString path = m_outputFolder + m_record.guid;
-    if (m_record.output_format != 0)
-        path += QStringLiteral("_temp");
-    path += QLatin1Char('.') + extension;
-    // A file that is open cannot be opened again.
-    m_file->close();
-    m_file->setFileName(path);
-    if (!m_file->open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
+    if (const qint32 error = sourceTypeError(contentType); error != 0)
+        return error;
+    const QString path = SourceFile::pathFor(
+        m_outputFolder, m_record.guid, m_record.output_format != 0, sourceExtension(contentType));
+    if (!m_source.begin(path))
         return FileError;
     // The type or the folder may have changed since the last attempt.
     const QString before = m_record.video_mame;
@@ -214,112 +142,76 @@ int HttpTask::createSource(const QString &contentType)
 
 void HttpTask::reportFileError(QFile::FileError error)
 {
-    switch (error) {
-    case QFile::WriteError:
-        return endWith(FileWriteError);
-    case QFile::OpenError:
-        return endWith(FileOpenError);
-    case QFile::PositionError:
-        return endWith(FilePositionError);
-    case QFile::ResizeError:
-        return endWith(FileResizeError);
-    case QFile::PermissionsError:
-        return endWith(FilePermissionsError);
-    default:
-        return endWith(FileError);
-    }
+    endWith(SourceFile::downloadError(error));
 }
 
-HttpTask::Body HttpTask::judgeAnswer()
+void HttpTask::judgeAnswer()
 {
-    const int status = statusOf(*m_reply);
-    // The page of an error answer arrives before the error is known.
-    if (status >= 400)
-        return Body::Ignored;
-    // Asked for the plain bytes, and got them packed all the same (by a proxy, as a rule): stored,
-    // they would be no video, and no offset would be true. An attempt without a byte is what it
-    // amounts to: the job tries again and says so when it is no use.
-    const QByteArray encoding = m_reply->rawHeader("Content-Encoding").trimmed().toLower();
-    if (!encoding.isEmpty() && encoding != "identity") {
+    const AnswerHead head = headOf(*m_reply);
+    const StreamAnswer answer =
+        StreamAnswer::to({m_resumeFrom, m_record.download_bytes, m_record.total_bytes}, head);
+    switch (answer.kind) {
+    case StreamAnswer::Append:
+        m_record.total_bytes = answer.total;
+        m_body = Body::Stored;
+        break;
+    case StreamAnswer::Begin:
+        beginSource(head.contentType, answer.total);
+        break;
+    case StreamAnswer::Ignore:
+        m_body = Body::Ignored;
+        break;
+    case StreamAnswer::StartOver:
+        // What is here stays until an answer comes that can take its place.
+        TRACE() << "start over" << m_record.video_mame.text();
+        releaseReply();
+        m_resumeFrom = 0;
+        sendRequest();
+        break;
+    case StreamAnswer::Complete:
+        m_record.total_bytes = answer.total;
+        endWell();
+        break;
+    case StreamAnswer::Short:
         LogFile::instance()->write(
             QStringLiteral("Download:"),
-            QStringLiteral("Failed(Content-Encoding %1)").arg(QString::fromLatin1(encoding)));
+            QStringLiteral("Failed(Content-Encoding %1)").arg(QString::fromLatin1(head.encoding)));
         endWell();
-        return Body::Undecided;
+        break;
+    case StreamAnswer::Fail:
+        endWith(answer.code);
+        break;
     }
-    const ContentRange range = parseContentRange(m_reply->rawHeader("Content-Range"));
-    if (m_resumeFrom > 0) {
-        if (status == 206) {
-            const qint64 known = m_record.total_bytes;
-            const bool sameFile = known < 0 || range.total < 0 || range.total == known;
-            if (range.first != m_resumeFrom || !sameFile) {
-                startOver();
-                return Body::Undecided;
-            }
-            if (known < 0)
-                m_record.total_bytes = range.total;
-            return Body::Stored;
-        }
-        if (status != 200)
-            return Body::Ignored;
-        // A page in place of the stream, such as a network's log-in, is no reason to give up what
-        // is here already.
-        if (!isStreamType(m_reply->header(QNetworkRequest::ContentTypeHeader).toString())) {
-            endWith(QNetworkReply::UnknownContentError);
-            return Body::Undecided;
-        }
-        // The server does not know ranges: this is the whole stream.
-        forgetSource();
-    } else if (status == 206 && range.first > 0) {
-        return Body::Ignored;
-    }
-    if (!beginFile())
-        return Body::Undecided;
-    // A part that nobody asked for: the rest is fetched like after any short transfer.
-    if (status == 206 && range.total >= 0)
-        m_record.total_bytes = range.total;
-    return Body::Stored;
 }
 
-bool HttpTask::beginFile()
+void HttpTask::beginSource(const QString &contentType, qint64 total)
 {
-    const QString contentType = m_reply->header(QNetworkRequest::ContentTypeHeader).toString();
     m_record.contentType = contentType;
     TRACE() << "Content Type :" << contentType;
-    const int result = createSource(contentType);
-    if (result == HtmlInsteadOfVideo || result == NoContentType) {
-        endWith(result);
-        return false;
+    if (m_record.download_bytes > 0)
+        forgetSource();
+    if (createSource(contentType) != 0) {
+        reportFileError(m_source.error());
+        return;
     }
-    if (result != 0) {
-        reportFileError(m_file->error());
-        return false;
-    }
-    bool ok = false;
-    const qint64 length = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong(&ok);
-    if (!ok) {
-        endWith(NoContentLength);
-        return false;
-    }
-    TRACE() << "Content Length:" << length;
-    m_record.total_bytes = length;
-    return true;
+    TRACE() << "Content Length:" << total;
+    m_record.total_bytes = total;
+    m_body = Body::Stored;
 }
 
 void HttpTask::onReadyRead()
 {
     if (m_ended || !m_reply || m_reply->error() != QNetworkReply::NoError)
         return;
-    if (m_body == Body::Undecided) {
-        const Body body = judgeAnswer();
-        if (body == Body::Undecided)
-            return;
-        m_body = body;
-    }
-    if (m_body == Body::Ignored)
-        m_reply->readAll();
-    else
+    // The page of an error answer arrives before the error, which decides.
+    if (m_body == Body::Undecided && headOf(*m_reply).status < 400)
+        judgeAnswer();
+    if (m_ended || !m_reply)
+        return;
+    if (m_body == Body::Stored)
         storeAvailable();
+    else
+        m_reply->skip(m_reply->bytesAvailable());
 }
 
 void HttpTask::storeAvailable()
@@ -329,8 +221,8 @@ void HttpTask::storeAvailable()
         return;
     m_bytesReceived += available;
     const QByteArray chunk = m_reply->readAll();
-    if (m_file->write(chunk) != chunk.size()) {
-        reportFileError(m_file->error());
+    if (!m_source.append(chunk)) {
+        reportFileError(m_source.error());
         return;
     }
     m_record.download_bytes += chunk.size();
@@ -338,7 +230,7 @@ void HttpTask::storeAvailable()
         m_record.changeFlags.set(ProgressChanged);
     TRACE() << m_record.video_mame.text() << "File Write:" << chunk.size() << '/'
             << m_record.download_bytes;
-    if (m_file->flush())
+    if (m_source.flush())
         emit sigReceive(chunk.size());
 }
 
@@ -359,14 +251,12 @@ void HttpTask::onNetworkError(QNetworkReply::NetworkError code)
 {
     if (m_ended || !m_reply)
         return;
-    const int status = statusOf(*m_reply);
+    const int status = headOf(*m_reply).status;
     TRACE() << "HttpTask(Error):" << code << m_reply->errorString() << status;
-    if (status == 416 && m_resumeFrom > 0) {
-        if (completeAccordingTo(*m_reply))
-            endWell();
-        else
-            startOver();
-        return;
+    if (status >= 400) {
+        judgeAnswer();
+        if (m_body != Body::Ignored)
+            return;
     }
     // The time-out of the network layer looks like an abort, which a job ignores.
     if (code == QNetworkReply::OperationCanceledError)
@@ -374,22 +264,11 @@ void HttpTask::onNetworkError(QNetworkReply::NetworkError code)
     endWith(code);
 }
 
-// A range past the end: either every byte is here already, or the file on the server is another.
-bool HttpTask::completeAccordingTo(const QNetworkReply &answer)
-{
-    const qint64 total = parseContentRange(answer.rawHeader("Content-Range")).total;
-    const qint64 known = m_record.total_bytes;
-    if (total != m_resumeFrom || (known >= 0 && known != total))
-        return false;
-    m_record.total_bytes = total;
-    return true;
-}
-
 void HttpTask::stopTransfer()
 {
     m_ended = true;
     releaseReply();
-    m_file->close();
+    m_source.close();
 }
 
 void HttpTask::releaseReply()
@@ -406,8 +285,11 @@ void HttpTask::releaseReply()
 
 void HttpTask::endWell()
 {
+    if (!m_source.close()) {
+        reportFileError(m_source.error());
+        return;
+    }
     m_ended = true;
-    m_file->close();
     releaseReply();
     TRACE() << "emit sigFinished()";
     emit sigFinished();
@@ -417,6 +299,6 @@ void HttpTask::endWith(qint32 error)
 {
     m_ended = true;
     releaseReply();
-    m_file->close();
+    m_source.close();
     emit sigError(error);
 }

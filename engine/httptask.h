@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QFile>
+#include "sourcefile.h"
+
 #include <QNetworkReply>
 #include <QObject>
 #include <QString>
@@ -22,8 +23,9 @@ public:
 
     bool prepareCookies(); // true when the job's page gave any
     void startRequest();
-    int openSource();                             // for resuming: 0 or FileError
-    int createSource(const QString &contentType); // afresh: 0 or a DownloadError
+    int openSource(); // for resuming: 0 or FileError
+    // Afresh: 0, FileError, HtmlInsteadOfVideo or NoContentType.
+    int createSource(const QString &contentType);
     void reportFileError(QFile::FileError error);
     void stopTransfer(); // aborts the reply; nothing is said after it
 
@@ -44,17 +46,15 @@ private:
     enum class Body {
         Undecided, // no answer seen yet
         Stored,
-        Ignored, // not the stream: read and thrown away
+        Ignored, // read and thrown away
     };
 
     bool prepareResume(); // false: the attempt has ended
     void sendRequest();
     void forgetSource(); // the source file begins again at byte 0
-    void startOver();
-    Body judgeAnswer(); // Undecided: the attempt has ended or begun again
-    bool beginFile();   // false: the attempt has ended
+    void judgeAnswer();  // by its head; decides about the body, ends the attempt or asks again
+    void beginSource(const QString &contentType, qint64 total);
     void storeAvailable();
-    bool completeAccordingTo(const QNetworkReply &answer);
     void releaseReply();
     void endWell();
     void endWith(qint32 error);
@@ -62,7 +62,7 @@ private:
     JobRecord &m_record;
     QString m_outputFolder;
     int m_stallTimeout;
-    QFile *m_file;                    // child
+    SourceFile m_source;
     QNetworkReply *m_reply = nullptr; // released with deleteLater
     QNetworkAccessManager *m_manager; // child
     qint64 m_bytesReceived = 0;

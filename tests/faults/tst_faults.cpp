@@ -160,6 +160,7 @@ private slots:
             const FullDisk full(half);
             job->start();
             QTRY_COMPARE(job->record.video_state, JobState::Errored);
+            QVERIFY(m_sandbox.logLines().contains("Download:Error(1003)"_q));
             QCOMPARE(m_site.outputFiles(), QStringList());
             addStoredJobs(&manager, 400);
             QVERIFY(!WebDatabase::instance()->Save(&manager));

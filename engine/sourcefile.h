@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QFile>
+#include <QString>
+
+// The file that receives the bytes of a stream. What was appended is with the system when append
+// returns, so that a count of it survives the program. An operation that gives false leaves its
+// reason in error(). One thread at a time.
+class SourceFile final
+{
+public:
+    // folder ends with a separator; extension as sourceExtension gives it.
+    static QString pathFor(const QString &folder, const QString &guid, bool converted,
+                           const QString &extension);
+    // The DownloadError that stands for an error of a file.
+    static qint32 downloadError(QFile::FileError error);
+
+    bool open(const QString &path);  // to go on with it
+    bool begin(const QString &path); // made or emptied
+    // What lies behind the offset goes, and the next bytes are appended there.
+    bool continueAt(qint64 offset);
+    bool append(const QByteArray &bytes);
+    bool flush();
+    bool close(); // false: the system could not keep what was appended
+    qint64 size() const { return m_file.size(); }
+    QFile::FileError error() const { return m_error; }
+
+private:
+    bool done(bool success);
+
+    QFile m_file;
+    QFile::FileError m_error = QFile::NoError; // of the last operation that failed
+};

@@ -1,0 +1,52 @@
+#include "streamanswer.h"
+
+#include "contenttype.h"
+#include "downloaderror.h"
+
+#include <QNetworkReply>
+
+StreamAnswer StreamAnswer::to(const StreamQuestion &question, const AnswerHead &head)
+{
+    const bool resumed = question.offset > 0;
+    const qint64 told = head.range.total;
+    const bool sameFile = told < 0 || question.total < 0 || told == question.total;
+    // An answer that cannot take the place of what is here is no reason to give that up: the job
+    // tries again.
+    const StreamAnswer notNow{Fail, -1, QNetworkReply::UnknownContentError};
+
+    // A range past the end: either every byte is here, or the file on the server is another.
+    if (head.status == 416 && resumed) {
+        const bool complete = told == question.offset && sameFile;
+        return complete ? StreamAnswer{Complete, told} : StreamAnswer{StartOver};
+    }
+    // The page of an error answer arrives before the error is known.
+    if (head.status >= 400)
+        return {Ignore};
+    // Asked for the plain bytes, and got them packed all the same (by a proxy, as a rule): stored,
+    // they would be no video, and no offset would be true.
+    if (!head.encoding.isEmpty() && head.encoding != "identity")
+        return {Short};
+
+    if (resumed && head.status == 206) {
+        if (isPageType(head.contentType))
+            return notNow;
+        if (head.range.first != question.offset || !sameFile)
+            return {StartOver};
+        return {Append, question.total < 0 ? told : question.total};
+    }
+    if (resumed && head.status != 200)
+        return {Ignore};
+    if (head.status == 206 && head.range.first > 0)
+        return {Ignore};
+
+    // What is left is the stream from its beginning, or something in its place.
+    const qint32 typeError = sourceTypeError(head.contentType);
+    if (question.held > 0 && (typeError != 0 || isPageType(head.contentType) || head.length < 0))
+        return notNow;
+    if (typeError != 0)
+        return {Fail, -1, typeError};
+    if (head.length < 0)
+        return {Fail, -1, NoContentLength};
+    // Of a part that nobody asked for, the rest is fetched like after any short transfer.
+    return {Begin, head.status == 206 && told >= 0 ? told : head.length};
+}
