@@ -22,8 +22,11 @@ enum LoadError {
 // The name comes from the network and becomes a path below the script folder.
 bool staysInFolder(const QString &name)
 {
-    if (name.contains(QLatin1Char('\\')) || name.contains(QLatin1Char(':')))
-        return false;
+    for (const QChar c : name) {
+        // For the system a name ends at a NUL.
+        if (c == QLatin1Char('\\') || c == QLatin1Char(':') || c.category() == QChar::Other_Control)
+            return false;
+    }
     const QStringList parts = name.split(QLatin1Char('/'));
     for (const QString &part : parts) {
         if (part.isEmpty() || part == QLatin1String(".") || part == QLatin1String(".."))

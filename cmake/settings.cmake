@@ -7,7 +7,7 @@ if(REELKEEPER_WERROR)
 endif()
 if(REELKEEPER_SANITIZE)
     target_compile_options(reelkeeper_settings INTERFACE
-        -fsanitize=${REELKEEPER_SANITIZE} -fno-omit-frame-pointer)
+        -fsanitize=${REELKEEPER_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(reelkeeper_settings INTERFACE -fsanitize=${REELKEEPER_SANITIZE})
 endif()
 target_compile_definitions(reelkeeper_settings INTERFACE

@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# build.sh FOLDER [-D...] [TARGETS...]: configures and builds into a folder of the repository.
+# build.sh FOLDER [-C...] [-D...] [TARGETS...]: configures and builds into a folder of the repository.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 folder=$1
 shift
 options=()
-while [ $# -gt 0 ] && [[ $1 == -D* ]]; do
+while [ $# -gt 0 ] && [[ $1 == -[CD]* ]]; do
     options+=("$1")
     shift
 done

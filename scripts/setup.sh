@@ -19,6 +19,7 @@ display=(
 )
 test=(
     clang-format clang-tidy
+    clang libclang-rt-dev # the sanitizers' and libFuzzer's compiler
     curl
     dbus dbus-x11       # buses of the tests' own, for stand-ins of the system's services
     trayer dunst        # a tray and a notification service

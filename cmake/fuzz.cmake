@@ -1,0 +1,7 @@
+# First settings of the build folder in which scripts/fuzz.sh and the sanitized tests of ./test are
+# made: one build of the libraries serves both.
+set(CMAKE_CXX_COMPILER clang++ CACHE STRING "")
+set(CMAKE_BUILD_TYPE Debug CACHE STRING "")
+set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1" CACHE STRING "")
+set(REELKEEPER_WERROR ON CACHE BOOL "")
+set(REELKEEPER_SANITIZE address,undefined,fuzzer-no-link CACHE STRING "")

@@ -1,0 +1,13 @@
+#include "fuzz.h"
+#include "siteprofile.h"
+
+void fuzz(const QByteArray &input)
+{
+    SiteProfile profile;
+    if (profile.load(asFile(input)) < 0)
+        return;
+    for (const SiteDomain &domain : profile.domains) {
+        for (const ScriptFileEntry &entry : domain.files)
+            holds(staysInFolder(entry.name));
+    }
+}
