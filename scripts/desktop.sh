@@ -1,19 +1,22 @@
-# Functions for scripts that drive the program on a display: to be sourced. Everything that is
-# started through them ends with the script.
+# Functions for scripts that drive the program on a display: to be sourced. Everything that the
+# script started ends with it, however it ends, and is waited for.
 
-children=()
 scratch=$(mktemp -d)
 
 end_children() {
     # The exit code is that of the script, not of what is ended here.
     local code=$? pid
     set +e
-    for pid in "${children[@]}"; do kill "$pid" 2>/dev/null; done
-    for pid in "${children[@]}"; do wait "$pid" 2>/dev/null; done
+    trap '' INT TERM HUP
+    for pid in $(jobs -p); do kill "$pid" 2>/dev/null; done
+    wait
     rm -rf "$scratch"
     exit $code
 }
 trap end_children EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM
+trap 'exit 129' HUP
 
 # What is tried here must never switch the computer off: the program finds no service that could.
 export DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nonexistent/no-bus
@@ -35,13 +38,11 @@ wait_until() {
 start_display() {
     Xvfb -displayfd 3 -screen 0 "${1:-1280x800x24}" -nolisten tcp \
         3>"$scratch/display" >"$scratch/xvfb.log" 2>&1 &
-    children+=($!)
     wait_until 20 "a virtual display" test -s "$scratch/display" || return 1
     DISPLAY=:$(cat "$scratch/display")
     export DISPLAY
     unset WAYLAND_DISPLAY
     openbox >"$scratch/openbox.log" 2>&1 &
-    children+=($!)
     wait_until 20 "the window manager" \
         sh -c 'xprop -root _NET_SUPPORTING_WM_CHECK | grep -q "window id"' 2>/dev/null || return 1
 }
@@ -52,7 +53,6 @@ start_site() {
     shift
     "$bin/reelkeeper-demo" --port "$port" "$@" >"$scratch/site" 2>"$scratch/site.err" &
     site_pid=$!
-    children+=($site_pid)
     local end=$((SECONDS + 120))
     until grep -q Serving "$scratch/site"; do
         if ! kill -0 $site_pid 2>/dev/null || [ $SECONDS -ge $end ]; then
@@ -108,7 +108,6 @@ start_bus() {
     export DBUS_SESSION_BUS_ADDRESS=unix:path=$scratch/bus
     dbus-daemon --session --nofork --nopidfile --address="$DBUS_SESSION_BUS_ADDRESS" \
         >"$scratch/bus.log" 2>&1 &
-    children+=($!)
     wait_until 10 "the session bus" test -S "$scratch/bus"
 }
 
@@ -116,7 +115,6 @@ start_bus() {
 start_program() {
     "$bin/reelkeeper" "$@" >"$scratch/program.log" 2>&1 &
     program=$!
-    children+=($program)
 }
 # program_ends_with CODE
 program_ends_with() {
@@ -138,11 +136,11 @@ download() { # ADDRESS
 
 # job_field COLUMN ID: one field of a stored job.
 job_field() {
-    sqlite3 -readonly "$(data_folder)/Task.dat" \
+    sqlite3 -readonly -cmd ".timeout 5000" "$(data_folder)/Task.dat" \
         "select $1 from video_download where id=$2 and id>0" 2>/dev/null
 }
 last_job() {
-    sqlite3 -readonly "$(data_folder)/Task.dat" \
+    sqlite3 -readonly -cmd ".timeout 5000" "$(data_folder)/Task.dat" \
         "select coalesce(max(id),0) from video_download" 2>/dev/null || echo 0
 }
 state_is() { [ "$(job_field video_state "$1")" = "$2" ]; }

@@ -50,7 +50,6 @@ download_as() { # BEGIN-OF-FORMAT ADDRESS
 
 say "A format chosen by keyboard converts, and a balloon says when it is done"
 trayer --edge bottom --align right --widthtype request --height 24 >"$scratch/trayer.log" 2>&1 &
-children+=($!)
 start_program
 window_shown
 wait_until 10 "the tray icon" tray_icon || die "no icon in the tray"
@@ -88,7 +87,7 @@ download "http://$site/watch?v=index-last"
 job_ends 2
 file=$(job_field output_name 2)
 stored() { # WHAT [CONDITION]
-    sqlite3 -readonly "$(data_folder)/Task.dat" "select $1 from video_download where id>0 ${2:-}"
+    sqlite3 -readonly -cmd ".timeout 5000" "$(data_folder)/Task.dat" "select $1 from video_download where id>0 ${2:-}"
 }
 delete_first() { click_at 100 112 && xdotool key Delete && sleep 0.3 && window_named Delete; }
 wait_until 10 "the question" delete_first || die "the second video is not in the list"
@@ -123,9 +122,7 @@ printf '[all]\nsummary = "*"\nscript = %s\n' "$scratch/notified" >"$scratch/duns
 printf '#!/bin/sh\nprintf "%%s: %%s\\n" "$2" "$3" >>%s\n' "$scratch/notes" >"$scratch/notified"
 chmod +x "$scratch/notified"
 dunst -conf "$scratch/dunstrc" >"$scratch/dunst.log" 2>&1 &
-children+=($!)
 "$tray_host" >"$scratch/tray" &
-children+=($!)
 wait_until 10 "the tray" grep -q ready "$scratch/tray" || die "no tray on the bus"
 bytes=$(partial)
 start_program -hide

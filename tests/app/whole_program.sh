@@ -51,8 +51,15 @@ wait_until 60 "the second job" state_is 2 3 || die "the resumed download did not
 curl -s --fail -o "$scratch/stream" "$(job_field video_url 2)"
 cmp "$(job_field output_name 2)" "$scratch/stream"
 
-say "A list that cannot be kept ends the start with code 2 and a message"
+say "./run that is ended takes the program with it, and waits for it"
 end_program INT 0
+"$(dirname "$0")/../../run" --site "$site_host" --updates "$site" >"$scratch/program.log" 2>&1 &
+program=$!
+window_shown
+end_program TERM 143
+! window_named "Corvane Reelkeeper" || die "the program still runs"
+
+say "A list that cannot be kept ends the start with code 2 and a message"
 mv "$(data_folder)" "$scratch/data"
 touch "$(data_folder)"
 start_program
