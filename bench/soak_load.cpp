@@ -1,9 +1,11 @@
+// soak_load [SECONDS [SEED]]: a hundred jobs at once, started, paused, removed and replaced at
+// random. Prints what it did; ends with 1 when a job does not end or a file is not its stream.
 #include "downloadermanager.h"
 #include "enginefixture.h"
 #include "literals.h"
-#include "soak.h"
 #include "webdatabase.h"
 
+#include <QApplication>
 #include <QElapsedTimer>
 #include <QtTest>
 
@@ -12,7 +14,6 @@
 namespace {
 constexpr int liveJobs = 100;
 constexpr int step = 5; // milliseconds between two actions
-} // namespace
 
 bool soakLoad(Sandbox &sandbox, int seconds, unsigned seed)
 {
@@ -77,8 +78,20 @@ bool soakLoad(Sandbox &sandbox, int seconds, unsigned seed)
         }
     }
     const int files = site.outputFiles().size();
-    printf("load: %d s, %d actions on %d jobs at once, %d jobs in all, %d files as their streams, "
+    printf("%d s, %d actions on %d jobs at once, %d jobs in all, %d files as their streams, "
            "longest action %lld ms\n",
            seconds, actions, liveJobs, int(manager.jobs().size()), files, longest);
     return files == sizes.size();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    Sandbox sandbox;
+    const QApplication application(argc, argv);
+    return soakLoad(sandbox, argc > 1 ? atoi(argv[1]) : 60, argc > 2 ? unsigned(atoi(argv[2])) : 1)
+               ? 0
+               : 1;
 }
