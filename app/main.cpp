@@ -1,5 +1,6 @@
 #include "appinfo.h"
 #include "mainwindow.h"
+#include "options.h"
 #include "platform.h"
 #include "product.h"
 #include "resources.h"
@@ -50,7 +51,8 @@ int main(int argc, char **argv)
 
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    SingleApplication application(argc, argv, title);
+    SingleApplication application(argc, argv, title,
+                                  Options::appDataPath() + QStringLiteral("Task.dat"));
     if (application.isRunning()) {
         application.sendMessage(QStringLiteral("1"));
         return 0;

@@ -2,13 +2,17 @@
 
 #include "trace.h"
 
+#include <QElapsedTimer>
+#include <QFile>
 #include <QMetaMethod>
+#include <QThread>
 #include <QTimer>
 
 #include <cstring>
 
 static constexpr int segmentSize = 4096;
 static constexpr int lockPatience = 2000; // milliseconds
+static constexpr int endPatience = 10000; // milliseconds
 static constexpr int pollInterval = 1000; // milliseconds
 
 static QByteArray noMessage()
@@ -16,33 +20,60 @@ static QByteArray noMessage()
     return QByteArrayLiteral("0");
 }
 
-SingleApplication::SingleApplication(int &argc, char **argv, const QString &uniqueKey)
+SingleApplication::SingleApplication(int &argc, char **argv, const QString &uniqueKey,
+                                     const QString &list)
     : QApplication(argc, argv)
-    , m_lock(platform::instanceSegmentKey(uniqueKey))
+    , m_listLock(list)
 {
-    platform::watchSessionEnd(this, [this]() {
-        m_isSessionEnding = true;
-        emit queryEndSession();
-    });
-
-    m_sharedMemory.setNativeKey(platform::instanceSegmentKey(uniqueKey));
-    // One start at a time looks at the segment: of two at once, one is the first. A lock that
-    // cannot be had keeps nobody from starting.
-    const bool locked = m_lock.lock(lockPatience);
-    m_isRunning = attachToRunningInstance();
-    if (!m_isRunning)
-        takeMessages();
-    if (locked)
-        m_lock.unlock();
+    m_isRunning = !becomesFirst(platform::instanceSegmentKey(uniqueKey));
+    if (m_isRunning)
+        return;
+    connect(this, &QCoreApplication::aboutToQuit, this, &SingleApplication::takeNoMoreMessages);
+    platform::watchSession(
+        this, [this] { emit saveRequested(); },
+        [this] {
+            m_isSessionEnding = true;
+            emit queryEndSession();
+        });
 }
 
-bool SingleApplication::attachToRunningInstance()
+bool SingleApplication::becomesFirst(const QString &ownKey)
 {
+    QElapsedTimer waited;
+    waited.start();
+    while (!m_listLock.lock(0)) {
+        const QByteArray key = m_listLock.note();
+        if (!key.isEmpty() && meetsInstance(QFile::decodeName(key), false))
+            return false;
+        // Who never ends, or cannot be reached, still works on the list.
+        if (waited.elapsed() >= endPatience)
+            return false;
+        QThread::msleep(20);
+    }
+    m_listLock.setNote(QByteArray()); // of one that was killed
+    if (!meetsInstance(ownKey, true))
+        return true;
+    m_listLock.unlock();
+    return false;
+}
+
+bool SingleApplication::meetsInstance(const QString &key, bool takePlace)
+{
+    m_lock = std::make_unique<platform::ProcessLock>(key);
+    m_sharedMemory.setNativeKey(key);
+    // One start at a time looks at the segment. Who keeps the others from it for so long is there,
+    // whether it answers or not.
+    const bool locked = m_lock->lock(lockPatience);
     // The segment of an instance that was killed is still there. Detaching removes it, unless a
     // living instance holds it.
     if (m_sharedMemory.attach(QSharedMemory::ReadWrite))
         m_sharedMemory.detach();
-    return m_sharedMemory.attach(QSharedMemory::ReadWrite);
+    const bool met = m_sharedMemory.attach(QSharedMemory::ReadWrite) || !locked;
+    if (!met && takePlace)
+        takeMessages();
+    if (locked)
+        m_lock->unlock();
+    return met;
 }
 
 void SingleApplication::takeMessages()
@@ -52,9 +83,17 @@ void SingleApplication::takeMessages()
         return;
     }
     writeSegment(noMessage());
+    m_listLock.setNote(QFile::encodeName(m_sharedMemory.nativeKey()));
     auto *poll = new QTimer(this);
     connect(poll, &QTimer::timeout, this, &SingleApplication::checkForMessage);
     poll->start(pollInterval);
+}
+
+void SingleApplication::takeNoMoreMessages()
+{
+    // Saving and stopping take their time; a start that comes meanwhile waits for the list.
+    m_listLock.setNote(QByteArray());
+    m_sharedMemory.detach();
 }
 
 void SingleApplication::writeSegment(const QByteArray &bytes)
@@ -65,13 +104,13 @@ void SingleApplication::writeSegment(const QByteArray &bytes)
 
 bool SingleApplication::sendMessage(const QString &message)
 {
-    if (!m_isRunning)
+    if (!m_isRunning || !m_sharedMemory.isAttached())
         return false;
     const QByteArray bytes = QByteArrayLiteral("1") + message.toUtf8() + '\0';
-    const bool locked = m_lock.lock(lockPatience);
+    const bool locked = m_lock->lock(lockPatience);
     writeSegment(bytes);
     if (locked)
-        m_lock.unlock();
+        m_lock->unlock();
     return true;
 }
 
@@ -83,7 +122,7 @@ void SingleApplication::checkForMessage()
     if (!isSignalConnected(QMetaMethod::fromSignal(&SingleApplication::messageAvailable)))
         return;
     // Busy: the next poll takes the message. Waiting here would stop the windows.
-    if (!m_lock.lock(0))
+    if (!m_lock->lock(0))
         return;
     QByteArray bytes(static_cast<const char *>(m_sharedMemory.constData()), m_sharedMemory.size());
     const bool waiting = !bytes.startsWith(noMessage());
@@ -91,7 +130,7 @@ void SingleApplication::checkForMessage()
     // and a message that comes meanwhile is a new one.
     if (waiting)
         writeSegment(noMessage());
-    m_lock.unlock();
+    m_lock->unlock();
     if (!waiting)
         return;
     bytes.append('\0');

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "linesplitter.h"
+#include "platform.h"
 
 #include <QObject>
 #include <QProcess>
@@ -60,7 +61,7 @@ private:
 
     JobData &m_job;
     QString m_arguments;
-    QProcess m_EncodeProcess;
+    platform::ChildProcess m_EncodeProcess;
     LineSplitter m_lines;
     QString m_lastMessage;       // the last line that told no progress
     bool m_inputRefused = false; // the child closed its end

@@ -178,7 +178,7 @@ bool Options::openOutputFolder()
     return ensureDir(outputFolder) && openFolder(outputFolder);
 }
 
-QString Options::appDataPath() const
+QString Options::appDataPath()
 {
     QString path = platform::applicationDataFolder();
     if (path.isEmpty())

@@ -28,7 +28,7 @@ public:
     bool ensureOutputFolder();
     bool openOutputFolder();
     // The per-user data folder, created when missing; ends with a separator.
-    QString appDataPath() const;
+    static QString appDataPath();
     static QString defaultOutputFolder(); // ends with a separator
 
     QString outputFolder; // ends with the native separator

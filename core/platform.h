@@ -1,11 +1,14 @@
 #pragma once
 
+#include <QByteArray>
+#include <QProcess>
 #include <QString>
 #include <QStringList>
 
 #include <functional>
 
 class QObject;
+class QUrl;
 class QWidget;
 
 // Everything the program asks of the system. Nothing else includes a system header or asks which
@@ -13,17 +16,29 @@ class QWidget;
 namespace platform {
 
 // Lets the process have as many files and connections open as the system grants: each running job
-// takes several. Before any job starts.
+// takes several. Before any job starts. Children that are started as below keep what the process
+// itself was given.
 void allowManyOpenFiles();
+class ChildProcess final : public QProcess
+{
+public:
+    using QProcess::QProcess;
+
+protected:
+    void setupChildProcess() override;
+};
+bool startDetached(const QString &program, const QStringList &arguments);
+
 // Holds a mutex of that name until the process ends; whether it was free is not told.
 void holdNamedMutex(const QString &name);
 // Key of the message segment for QSharedMemory::setNativeKey, private to the user.
 QString instanceSegmentKey(const QString &title);
-// A lock between the processes of one user. The system releases it when its holder dies.
+// A lock between the processes of one user. The system releases it when its holder dies. Its file
+// can bear a note.
 class ProcessLock final
 {
 public:
-    // key: as instanceSegmentKey gives it.
+    // key: a path, the lock's file is beside it.
     explicit ProcessLock(const QString &key);
     ~ProcessLock();
     Q_DISABLE_COPY(ProcessLock)
@@ -31,19 +46,27 @@ public:
     // False when another process kept it for that long; true when there is nothing to lock with.
     bool lock(int milliseconds);
     void unlock();
+    bool setNote(const QByteArray &note); // replaces it; at most 4096 bytes
+    QByteArray note() const;
 
 private:
     int m_handle = -1;
 };
-// Calls the handler, in the context's thread, when the system asks the program to end: session end
-// or a termination request to the process. Connects once per context.
-void watchSessionEnd(QObject *context, const std::function<void()> &handler);
+// Until the context is deleted: save is called when the session asks to have everything on disk,
+// which may be a checkpoint only; end when the program has to end: the session's manager says so,
+// the process is asked to terminate, or the machine goes down. The machine then waits, some
+// seconds, until the context is deleted. Once per process.
+void watchSession(QObject *context, const std::function<void()> &save,
+                  const std::function<void()> &end);
 
 // Calls the handler, in the event loop, once it is known whether the desktop has a tray for the
 // icons of hidden programs, and again whenever that changes; until the context goes.
 void watchTray(QObject *context, const std::function<void(bool there)> &handler);
 
-void activateWindow(QWidget *window); // to the foreground, restored when minimised
+// To the foreground; restored when minimised, maximised again when it was before.
+void activateWindow(QWidget *window);
+// Whether the clipboard reads as empty while no window of this program has the focus.
+bool clipboardNeedsFocus();
 
 QString documentsFolder(); // empty when there is none
 QString videosFolder();
@@ -55,6 +78,7 @@ bool createPrivateFile(const QString &path);
 // True when the file was there and is gone. The room of a large file is given back in the
 // background. Any thread.
 bool removeFile(const QString &path);
+bool openUrl(const QUrl &address); // with the program of its scheme
 bool openFolder(const QString &path);
 // What came of opening a file with the program of its type.
 enum class OpenResult { Opened, NoProgram, Failed };

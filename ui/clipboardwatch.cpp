@@ -5,7 +5,6 @@
 #include "trace.h"
 
 #include <QClipboard>
-#include <QGuiApplication>
 
 #include <utility>
 
@@ -14,11 +13,6 @@ ClipboardWatch::ClipboardWatch(const QClipboard &clipboard, Rules rules, bool ne
     , m_rules(std::move(rules))
     , m_needsFocus(needsFocus)
 {
-}
-
-bool ClipboardWatch::clipboardNeedsFocus()
-{
-    return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
 }
 
 void ClipboardWatch::changed()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform.h"
+
 #include <QString>
 
 #include <functional>
@@ -28,14 +30,13 @@ public:
         std::function<void(const QString &address)> offer;
     };
     ClipboardWatch(const QClipboard &clipboard, Rules rules,
-                   bool needsFocus = clipboardNeedsFocus());
+                   bool needsFocus = platform::clipboardNeedsFocus());
 
     void changed();   // the clipboard told of a change
     void activated(); // the window got the focus
     void offerKept(); // what was copied last while addresses were kept
 
 private:
-    static bool clipboardNeedsFocus();
     void look();
     void judge(const QString &text);
 

@@ -1,6 +1,7 @@
 #include "linklable.h"
 
-#include <QDesktopServices>
+#include "platform.h"
+
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QStyleOptionFocusRect>
@@ -27,7 +28,7 @@ void LinkLable::follow()
     if (m_url.isEmpty())
         emit clicked();
     else
-        QDesktopServices::openUrl(QUrl(m_url, QUrl::TolerantMode));
+        platform::openUrl(QUrl(m_url, QUrl::TolerantMode));
 }
 
 void LinkLable::mouseReleaseEvent(QMouseEvent *event)

@@ -19,7 +19,6 @@
 #include <QClipboard>
 #include <QCloseEvent>
 #include <QContextMenuEvent>
-#include <QDesktopServices>
 #include <QGuiApplication>
 #include <QShortcut>
 #include <QTimer>
@@ -289,7 +288,7 @@ void MainWindow::onSettings()
 
 void MainWindow::onHelp()
 {
-    QDesktopServices::openUrl(QUrl(m_stores->info.helpUrl));
+    platform::openUrl(QUrl(m_stores->info.helpUrl));
 }
 
 void MainWindow::onAbout()
@@ -316,33 +315,16 @@ void MainWindow::onShowContextMenu()
                             !m_exit.queryOpen()});
 }
 
-void MainWindow::showAgain()
-{
-    if (isMinimized())
-        showNormal();
-    else
-        show();
-    activateWindow();
-    // Hidden only a moment ago: the focus has not been taken from it yet, so nothing will announce
-    // that it is active, and its widgets would take keys without having the focus.
-    if (windowHandle()->isActive() && !isActiveWindow())
-        QApplication::setActiveWindow(this);
-}
-
 void MainWindow::iconActivated(QSystemTrayIcon::ActivationReason reason)
 {
     if (reason == QSystemTrayIcon::DoubleClick || reason == QSystemTrayIcon::Trigger)
-        showAgain();
+        bringToFront(this);
 }
 
 void MainWindow::onInstanceCheck(QString strTimes)
 {
-    if (strTimes.toInt() <= 0)
-        return;
-    if (isVisible())
+    if (strTimes.toInt() > 0)
         bringToFront(this);
-    else
-        showAgain();
 }
 
 void MainWindow::onFinished(int nID)

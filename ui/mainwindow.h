@@ -90,7 +90,6 @@ private:
     void connectJobs();
     void startTimers();
     void buildTray();
-    void showAgain();
     void tellOfBackground();
     ClipboardWatch::Moment clipboardMoment() const;
 

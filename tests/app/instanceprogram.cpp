@@ -1,5 +1,8 @@
 #include "appinfo.h"
+#include "options.h"
 #include "singleapplication.h"
+
+#include <QFile>
 
 #include <cstdio>
 
@@ -10,13 +13,14 @@ static void say(const QString &text)
 }
 
 // A program of which one runs: it says what it hears. With an argument, it sends that as message;
-// "hold" keeps the segment's lock.
+// "hold" keeps the segment's lock. Its end takes until its input is closed.
 int main(int argc, char **argv)
 {
     const QString title = AppInfo::instance()->title;
     platform::holdNamedMutex(AppInfo::instance()->instanceId);
     const QString argument = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("1");
-    SingleApplication application(argc, argv, title);
+    SingleApplication application(argc, argv, title,
+                                  Options::appDataPath() + QStringLiteral("list"));
     if (application.isRunning())
         return application.sendMessage(argument) ? 0 : 1;
     QObject::connect(&application, &SingleApplication::messageAvailable, &application,
@@ -29,5 +33,10 @@ int main(int argc, char **argv)
     if (argument == QLatin1String("hold"))
         lock.lock(0);
     say(QStringLiteral("first"));
-    return QApplication::exec();
+    const int code = QApplication::exec();
+    say(QStringLiteral("ending"));
+    QFile input;
+    if (input.open(stdin, QIODevice::ReadOnly))
+        input.readAll();
+    return code;
 }

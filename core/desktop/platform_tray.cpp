@@ -208,4 +208,4 @@ void platform::watchTray(QObject *context, const std::function<void(bool)> &hand
     new TrayWatch(context, handler);
 }
 
-#include "tray_desktop.moc"
+#include "platform_tray.moc"

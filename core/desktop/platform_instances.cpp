@@ -1,0 +1,115 @@
+#include "platform.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QThread>
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+static bool isOwnFolder(const QString &path)
+{
+    struct stat status = {};
+    return !path.isEmpty() && lstat(QFile::encodeName(path).constData(), &status) == 0 &&
+           S_ISDIR(status.st_mode) && status.st_uid == geteuid() &&
+           (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+// A folder for locks and segments that belongs to this user alone. The session's own may be missing
+// or, after a change of user, somebody else's.
+static QString runtimeFolder()
+{
+    const QString session = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (isOwnFolder(session))
+        return session + QLatin1Char('/');
+    // No folder for temporary files: the path would begin at the root.
+    const QString temporary = QDir::tempPath();
+    const QString own =
+        temporary + QStringLiteral("/reelkeeper-runtime-") + QString::number(geteuid());
+    if (!temporary.isEmpty()) {
+        mkdir(QFile::encodeName(own).constData(), S_IRWXU); // it may be there already
+        if (isOwnFolder(own))
+            return own + QLatin1Char('/');
+    }
+    const QString data = platform::applicationDataFolder();
+    QDir().mkpath(data);
+    return data + QLatin1Char('/');
+}
+
+static QString runtimePath(const QString &name)
+{
+    QString fileName = name;
+    fileName.replace(QLatin1Char('/'), QLatin1Char('_'));
+    return runtimeFolder() + fileName;
+}
+
+static int openLockFile(const QString &path)
+{
+    return open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC,
+                S_IRUSR | S_IWUSR);
+}
+
+void platform::holdNamedMutex(const QString &name)
+{
+    // Never closed: the system releases it with the process. Shared, because every instance holds
+    // it, as with a named mutex that nobody waits for.
+    const int file = openLockFile(runtimePath(name) + QStringLiteral(".lock"));
+    if (file >= 0)
+        flock(file, LOCK_SH | LOCK_NB);
+}
+
+QString platform::instanceSegmentKey(const QString &title)
+{
+    return runtimePath(title) + QStringLiteral(".segment");
+}
+
+platform::ProcessLock::ProcessLock(const QString &key)
+    : m_handle(openLockFile(key + QStringLiteral(".lock")))
+{
+}
+
+platform::ProcessLock::~ProcessLock()
+{
+    if (m_handle >= 0)
+        close(m_handle);
+}
+
+bool platform::ProcessLock::lock(int milliseconds)
+{
+    QElapsedTimer waited;
+    waited.start();
+    while (m_handle >= 0) {
+        if (flock(m_handle, LOCK_EX | LOCK_NB) == 0)
+            return true;
+        if (errno != EWOULDBLOCK && errno != EINTR)
+            return true; // a file system without locks
+        if (waited.elapsed() >= milliseconds)
+            return false;
+        QThread::msleep(5);
+    }
+    return true; // nothing to lock with: better unlocked than never
+}
+
+void platform::ProcessLock::unlock()
+{
+    if (m_handle >= 0)
+        flock(m_handle, LOCK_UN);
+}
+
+bool platform::ProcessLock::setNote(const QByteArray &note)
+{
+    return m_handle >= 0 && ftruncate(m_handle, 0) == 0 &&
+           pwrite(m_handle, note.constData(), static_cast<size_t>(note.size()), 0) == note.size();
+}
+
+QByteArray platform::ProcessLock::note() const
+{
+    char bytes[4096];
+    const ssize_t count = m_handle >= 0 ? pread(m_handle, bytes, sizeof bytes, 0) : 0;
+    return {bytes, static_cast<int>(qMax<ssize_t>(count, 0))};
+}
