@@ -23,7 +23,9 @@ enum JobChange : quint32 {
 
 // The plain data of one download job. Fields are named like the columns that store them; the last
 // group lives in memory only. SharedNumber, SharedText and SharedFlags mark what the transfer
-// thread writes; every plain field is touched on the user-interface thread alone.
+// thread writes. Of the plain fields it reads page, video_usser_agent, quality_index, output_format
+// and guid, which are written before the job's first start only; the others are touched on the
+// user-interface thread alone.
 struct JobData
 {
     qint32 id = 0;

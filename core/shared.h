@@ -6,7 +6,8 @@
 #include <atomic>
 
 // Values of a job's record that its transfer thread writes while the user-interface thread reads
-// them. The type of the field is the warning: a plain field belongs to the user-interface thread.
+// them. The type of the field is the warning: a plain field is one that no thread writes while
+// another may read it.
 
 template <typename Number>
 class SharedNumber final

@@ -1,8 +1,6 @@
 #include "httpjob.h"
 
 #include "downloaderror.h"
-#include "encoder.h"
-#include "filereader.h"
 #include "files.h"
 #include "httpthread.h"
 #include "logfile.h"
@@ -28,9 +26,13 @@ void writeLog(const char *tag, const QString &text)
 HttpJob::HttpJob(const JobSurroundings &surroundings)
     : m_surroundings(surroundings)
     , m_startTick(platform::tickCount())
+    , m_retries(surroundings.delays)
+    , m_feed(record, surroundings.profiles)
 {
-    m_retryTimer.setSingleShot(true);
-    connect(&m_retryTimer, &QTimer::timeout, this, &HttpJob::onDownloadRetry);
+    connect(&m_retries, &TransferRetries::due, this, &HttpJob::onDownloadRetry);
+    connect(&m_feed, &ConversionFeed::converted, this, &HttpJob::onConvertFinished);
+    connect(&m_feed, &ConversionFeed::failed, this, &HttpJob::onConvertError);
+    connect(&m_feed, &ConversionFeed::sourceCut, this, &HttpJob::onSourceCut);
 }
 
 HttpJob::~HttpJob()
@@ -53,14 +55,12 @@ void HttpJob::init(const VideoInfo &info, int id)
     record.duration = stream.length.toInt();
     record.download_bytes = 0;
     record.total_bytes = -1;
-    record.encodedBytes = 0;
     record.video_state = JobState::Start;
     record.contentType = QString();
     record.video_mame = QString();
     record.output_name.clear();
     record.video_usser_agent.clear();
     record.video_cookies = QString();
-    record.convertedSeconds = 0;
     record.changeFlags.clear(~0u);
     record.spend_time = 0;
     record.output_format = m_surroundings.options.outputFormat;
@@ -84,7 +84,10 @@ void HttpJob::start()
         prepareConversion();
         return;
     }
-    m_restartCount = 0;
+    // -1 would have the transfer's thread look for the quality in the options.
+    if (record.quality_index < 0)
+        record.quality_index = qMax(0, m_surroundings.profiles.qualities().size() - 1);
+    m_retries.reset();
     prepareConversion();
     // A conversion that could not begin has ended the job already.
     if (isRunning())
@@ -93,17 +96,16 @@ void HttpJob::start()
 
 void HttpJob::startTransfer()
 {
+    m_retries.cancel();
     if (record.download_bytes == record.total_bytes) {
-        const QString source = record.video_mame;
-        if (m_reader || QFile::exists(source)) {
+        if (m_feed.isOpen() || QFile::exists(record.video_mame)) {
             // A pause or an error may have come before the end of the transfer was heard of.
-            if (!m_reader || !m_reader->isFinished())
+            if (!m_feed.drainBegan())
                 onDownloadFinished();
             return;
         }
         // Complete once, but gone since: there is only the way from the beginning.
-        record.download_bytes = 0;
-        record.total_bytes = -1;
+        forgetSource();
     }
     if (m_thread)
         m_thread->abandon();
@@ -111,6 +113,11 @@ void HttpJob::startTransfer()
         new HttpThread(this, m_surroundings.options.outputFolder, m_surroundings.delays.stall);
     m_startTick = platform::tickCount();
     m_thread->start(QThread::InheritPriority);
+    if (!m_thread->isRunning() && !m_thread->isFinished()) {
+        // The system had none to give; nothing else would ever be heard of this attempt.
+        writeLog("Download:", QStringLiteral("Failed(no thread)"));
+        onDownloadError(QNetworkReply::UnknownNetworkError);
+    }
 }
 
 void HttpJob::stopThread()
@@ -119,7 +126,7 @@ void HttpJob::stopThread()
         m_thread->abandon();
         m_thread = nullptr;
     }
-    m_retryTimer.stop();
+    m_retries.cancel();
 }
 
 void HttpJob::pause()
@@ -127,8 +134,7 @@ void HttpJob::pause()
     record.spend_time += platform::tickCount() - m_startTick;
     record.video_state = JobState::Stopped;
     record.changeFlags.set(StateChanged);
-    if (m_reader)
-        m_reader->setPaused(true);
+    m_feed.pause();
     stopThread();
 }
 
@@ -136,25 +142,7 @@ void HttpJob::stop()
 {
     record.spend_time += platform::tickCount() - m_startTick;
     stopThread();
-    if (m_encoder)
-        record.convertedSeconds = 0;
-    if (m_reader)
-        record.encodedBytes = 0;
-    releaseConversion();
-}
-
-void HttpJob::releaseConversion()
-{
-    m_draining = false;
-    m_reader.reset();
-    if (!m_encoder)
-        return;
-    m_encoder->disconnect(this);
-    m_encoder->stop();
-    // The call may come out of one of its signals.
-    Encoder *encoder = m_encoder.release();
-    encoder->setParent(this);
-    encoder->deleteLater();
+    m_feed.stop();
 }
 
 void HttpJob::remove(bool deleteFiles)
@@ -183,179 +171,71 @@ bool HttpJob::isRunning() const
     return record.video_state == JobState::Start;
 }
 
-void HttpJob::followSource()
-{
-    if (!m_encoder || m_encodedGeneration == record.sourceGeneration)
-        return;
-    // The encoder may hold bytes of a file that the server has replaced since.
-    releaseConversion();
-    record.encodedBytes = 0;
-    record.convertedSeconds = 0;
-    prepareConversion();
-}
-
 void HttpJob::prepareConversion()
 {
-    followSource();
-    if (!isRunning())
-        return; // the conversion could not begin again
-    if (m_reader) {
-        m_reader->setPaused(false);
-        if (m_draining)
-            drain();
-        return;
-    }
-    if (record.output_format == 0 || m_encoder)
-        return;
-    const QString before = record.output_name;
-    m_encoder = m_surroundings.profiles.createEncoder(record);
-    // The folder or the name may have changed since the last attempt wrote a part of it.
-    if (m_encoder && before.contains(record.guid) && before != record.output_name)
-        platform::removeFile(before);
-    if (!m_encoder) {
-        TRACE() << "Create Encoder Failed!";
+    if (!m_feed.prepare())
         onConvertError(ConversionNotStarted);
-        return;
-    }
-    m_encodedGeneration = record.sourceGeneration;
-    m_buffer.resize(chunkSize);
-    connect(m_encoder.get(), &Encoder::convertFinished, this, &HttpJob::onConvertFinished);
-    connect(m_encoder.get(), &Encoder::convertErrored, this, &HttpJob::onConvertError);
-    connect(m_encoder.get(), &Encoder::inputTaken, this, [this] {
-        if (m_draining)
-            drain();
-    });
-    m_encoder->start();
 }
 
-bool HttpJob::openReader()
+void HttpJob::forgetSource()
 {
-    auto reader = std::make_unique<FileReader>();
-    if (!reader->open(record.video_mame))
-        return false;
-    m_reader = std::move(reader);
-    return true;
+    // First, as in the transfer: whoever sees the count go down also sees why.
+    record.sourceGeneration += 1;
+    record.download_bytes = 0;
+    record.total_bytes = -1;
 }
 
 void HttpJob::onDownloadReceive(qint64)
 {
-    followSource();
-    if (!m_encoder)
-        return;
-    if (!m_reader && !openReader()) {
+    if (!m_feed.feed())
         onConvertError(ConversionNotStarted);
-        return;
-    }
-    const qint64 available = record.download_bytes - record.encodedBytes;
-    // What waits for a slow encoder stays in the file, not in memory.
-    if (available <= 0 || m_encoder->pendingInput() >= maxPendingInput)
-        return;
-    qint64 length = qMin(available, chunkSize);
-    if (m_reader->read(m_buffer.data(), length, record.encodedBytes) <= 0)
-        return;
-    const qint64 written = m_encoder->write(m_buffer.constData(), length);
-    if (written != -1)
-        record.encodedBytes += written;
-    else
-        TRACE() << "Write to Encoder Error:" << written;
 }
 
 void HttpJob::onDownloadFinished()
 {
     const qint64 total = record.total_bytes;
-    if (!m_encoder && record.download_bytes == total &&
-        QFileInfo(record.video_mame).size() != total) {
-        // Deleted or cut behind our back: what was counted is not there.
-        record.download_bytes = 0;
-        record.total_bytes = -1;
-    }
+    // Deleted or cut behind our back: what was counted is not there. A conversion notices that
+    // itself, and goes on with a file that is deleted but open.
+    if (record.output_format == 0 && record.download_bytes == total &&
+        QFileInfo(record.video_mame).size() != total)
+        forgetSource();
     if (record.download_bytes != record.total_bytes) {
-        if (m_restartCount >= maxRestarts) {
-            m_restartCount = 0;
-            writeLog("Download:", QStringLiteral("Failed(ERR_NET_RETRY)"));
-            onDownloadError(TooManyShortTransfers);
-            return;
-        }
-        writeLog("Download:", QStringLiteral("Failed(retry %1 times)").arg(m_restartCount));
-        TRACE() << "restart job" << m_restartCount;
-        retryIn(m_surroundings.delays.shortTransfer);
+        retryAfterShortTransfer();
         return;
     }
     writeLog("Download Finished:", QStringLiteral("Content Length:%1,Byte Write(File):%2")
                                        .arg(qint64(record.total_bytes))
                                        .arg(qint64(record.download_bytes)));
-    followSource();
-    if (!isRunning())
-        return; // the conversion could not begin again
-    if (!m_encoder) {
+    if (record.output_format == 0) {
         record.output_name = record.video_mame;
         finish();
-        return;
-    }
-    if (!m_reader && !openReader()) {
+    } else if (!m_feed.drain()) {
         if (QFile::exists(record.video_mame)) {
             onConvertError(ConversionNotStarted);
         } else {
-            record.download_bytes = 0;
-            record.total_bytes = -1;
+            forgetSource();
             onDownloadRetry();
         }
-        return;
-    }
-    m_reader->setFinished();
-    m_draining = true;
-    drain();
-}
-
-// Hands the rest of the source file to the encoder, as far as it fits; goes on when the child has
-// taken some of it, so that neither the window nor the memory notices the size of the file.
-void HttpJob::drain()
-{
-    while (m_encoder->pendingInput() < maxPendingInput) {
-        qint64 length = chunkSize;
-        if (m_reader->read(m_buffer.data(), length, record.encodedBytes) <= 0) {
-            if (!m_reader->isPaused())
-                finishDrain();
-            return;
-        }
-        const qint64 written = m_encoder->write(m_buffer.constData(), length);
-        if (written == -1) {
-            // The child is gone; its end, which is on its way, ends the job.
-            TRACE() << "Write to Encoder Error:" << written;
-            m_draining = false;
-            return;
-        }
-        record.encodedBytes += written;
-        TRACE() << "Read From Source File:" << length;
     }
 }
 
-void HttpJob::finishDrain()
+void HttpJob::retryAfterShortTransfer()
 {
-    m_draining = false;
-    if (record.encodedBytes < record.download_bytes) {
-        // The source file was cut or damaged since it was written.
-        onDownloadError(FileError);
-        return;
-    }
-    m_reader->close();
-    m_encoder->closeInput();
-    writeLog("Convert Finished:",
-             QStringLiteral("Content Length:%1,Byte Write(File):%2,Byte Read(Encoder):%3")
-                 .arg(qint64(record.total_bytes))
-                 .arg(qint64(record.download_bytes))
-                 .arg(record.encodedBytes));
+    if (!m_retries.afterShortTransfer())
+        onDownloadError(TooManyShortTransfers);
 }
 
-void HttpJob::retryIn(int milliseconds)
+// The encoder may hold bytes that are to come again: it begins anew as well.
+void HttpJob::onSourceCut()
 {
-    m_retryTimer.start(milliseconds);
+    m_feed.stop();
+    forgetSource();
+    retryAfterShortTransfer();
 }
 
 void HttpJob::onDownloadRetry()
 {
-    m_retryTimer.stop();
-    ++m_restartCount;
+    m_retries.begin();
     if (record.video_state == JobState::Stopped)
         return;
     stopThread();
@@ -364,8 +244,7 @@ void HttpJob::onDownloadRetry()
 
 void HttpJob::onRetry()
 {
-    --m_restartCount;
-    retryIn(m_surroundings.delays.networkError);
+    m_retries.afterError();
 }
 
 void HttpJob::onDownloadError(qint32 err)
@@ -377,7 +256,7 @@ void HttpJob::onDownloadError(qint32 err)
         fail();
         return;
     }
-    writeLog("Download:", QStringLiteral("Failed(restart %1 times)").arg(m_restartCount));
+    m_retries.logError();
     onRetry();
 }
 
@@ -418,8 +297,15 @@ void HttpJob::onError()
 
 void HttpJob::finish()
 {
-    releaseConversion();
-    record.finalizeOutput(); // a file that keeps its intermediate name is still the finished video
+    m_feed.end();
+    // A file that keeps its intermediate name is still the finished video.
+    if (!record.finalizeOutput() && !QFile::exists(record.output_name)) {
+        // Somebody took it away. The downloaded file is still there for the next start.
+        writeLog("Convert:", QStringLiteral("Failed(no converted file)"));
+        m_feed.stop();
+        endAs(JobState::Errored);
+        return;
+    }
     endAs(JobState::Finished);
 }
 
@@ -427,6 +313,7 @@ void HttpJob::fail()
 {
     stop();
     record.removePartialFiles(); // what is not there need not be removed
+    forgetSource();
     endAs(JobState::Errored);
 }
 

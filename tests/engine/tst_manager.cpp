@@ -1,9 +1,12 @@
 #include "downloadermanager.h"
 #include "enginefixture.h"
 #include "literals.h"
+#include "surroundings.h"
 #include "webdatabase.h"
 
 #include <QSignalSpy>
+
+#include <pthread.h>
 
 namespace {
 
@@ -25,6 +28,24 @@ public:
 };
 
 } // namespace
+
+// While it lives the system cannot start a thread: there is no room for such a stack.
+class NoThreads final
+{
+public:
+    NoThreads()
+    {
+        pthread_getattr_default_np(&m_before);
+        pthread_attr_t endless;
+        pthread_attr_init(&endless);
+        pthread_attr_setstacksize(&endless, size_t(1) << 47);
+        pthread_setattr_default_np(&endless);
+    }
+    ~NoThreads() { pthread_setattr_default_np(&m_before); }
+
+private:
+    pthread_attr_t m_before;
+};
 
 class ManagerTest final : public EngineTest
 {
@@ -94,6 +115,35 @@ private slots:
         QCOMPARE(m_site.outputFiles().size(), 0);
         QTRY_COMPARE(m_site.server.openConnections(), 0);
         QVERIFY(manager.allFinished());
+    }
+
+    void removedJobIsNotTriedAgain()
+    {
+        DownloaderManager manager(testSurroundings({200, 5}));
+        const auto addRefused = [&](const QString &path) {
+            m_site.server.setResponse(path.toLatin1(), HttpResponse::error(503));
+            VideoInfo info = m_site.info();
+            info.streams[0].videoAddress = m_site.server.url(path);
+            manager.addJob(info);
+        };
+        addRefused("/removed"_q);
+        QTRY_VERIFY(m_sandbox.logLines().contains("Download:Failed(restart 0 times)"_q));
+        QVERIFY(manager.removeJob(1, true));
+        addRefused("/stays"_q); // its second attempt comes after the other's would
+        QTRY_COMPARE(m_site.server.requests("/stays").size(), 2);
+        QCOMPARE(m_site.server.requests("/removed").size(), 1);
+    }
+
+    void threadThatCannotBeStartedIsTriedAgain()
+    {
+        m_site.server.setResponse("/stream", EngineFixture::stream(1000));
+        DownloaderManager manager(EngineFixture::surroundings());
+        {
+            const NoThreads full;
+            manager.addJob(m_site.info());
+        }
+        QVERIFY(m_sandbox.logLines().contains("Download:Failed(no thread)"_q));
+        QTRY_VERIFY(manager.allFinished());
     }
 
     void runningAndPausedJobsSurviveTheEnd()
