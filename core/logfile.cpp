@@ -52,6 +52,18 @@ bool LogFile::open()
     }
 }
 
+// Texts come from pages, and none may pass for lines of their own.
+static QString onOneLine(QString text)
+{
+    for (QChar &c : text) {
+        const QChar::Category category = c.category();
+        if ((category == QChar::Other_Control && c != QLatin1Char('\t')) ||
+            category == QChar::Separator_Line || category == QChar::Separator_Paragraph)
+            c = QLatin1Char(' ');
+    }
+    return text;
+}
+
 void LogFile::write(const QString &tag, const QString &text)
 {
     QMutexLocker lock(&m_mutex);
@@ -59,7 +71,7 @@ void LogFile::write(const QString &tag, const QString &text)
         return;
     {
         QTextStream stream(this);
-        stream << tag << text << QStringLiteral("\r\n");
+        stream << tag << onOneLine(text) << QStringLiteral("\r\n");
     }
     flush();
 }
