@@ -1,15 +1,12 @@
 #include "cjslib.h"
 
 #include "instance.h"
-#include "options.h"
 #include "texts.h"
 #include "trace.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QMessageBox>
 #include <QScriptEngine>
 #include <QSet>
 #include <QTextStream>
@@ -17,27 +14,7 @@
 #include <QTimer>
 
 namespace {
-constexpr int interruptionCheckInterval = 50; // milliseconds
-
-bool onUserInterfaceThread()
-{
-    const QCoreApplication *application = QCoreApplication::instance();
-    return application && QThread::currentThread() == application->thread();
-}
-
-// The alert() of site scripts. Only the user-interface thread may show a box.
-QScriptValue scriptAlert(QScriptContext *context, QScriptEngine *)
-{
-    const QString text = context->argument(0).toString();
-    if (onUserInterfaceThread()) {
-        QMessageBox box(QMessageBox::Warning, QStringLiteral("QAlert"), text, QMessageBox::Yes);
-        box.setAttribute(Qt::WA_QuitOnClose, false);
-        box.exec();
-    } else {
-        TRACE() << "QAlert: " << text;
-    }
-    return QScriptValue(0);
-}
+constexpr int stopCheckInterval = 50; // milliseconds
 
 QString readScript(const QString &path)
 {
@@ -70,38 +47,51 @@ void walk(const QString &directory, QVector<SiteScript> *scripts, QSet<QString> 
 class ScriptRun final
 {
 public:
-    explicit ScriptRun(const QString &pageText)
+    ScriptRun(const QString &pageText, const ScriptTalk &talk)
+        : m_talk(talk)
     {
         QScriptValue global = m_engine.globalObject();
         for (const char *name : {"print", "gc", "version"})
             global.setProperty(QLatin1String(name), QScriptValue());
         global.setProperty(QStringLiteral("strWebBuffer"), m_engine.newVariant(QVariant(pageText)));
-        global.setProperty(QStringLiteral("alert"), m_engine.newFunction(scriptAlert, 0));
-        if (!onUserInterfaceThread())
-            watchInterruption();
+        global.setProperty(QStringLiteral("alert"), m_engine.newFunction(alert, this));
+        // A script that never ends must hold neither a window nor a thread that is asked to end.
+        QObject::connect(&m_timer, &QTimer::timeout, &m_engine, [this] {
+            if (isStopped())
+                m_engine.abortEvaluation();
+        });
+        m_timer.start(stopCheckInterval);
+        m_engine.setProcessEventsInterval(stopCheckInterval);
     }
 
     QString evaluate(const QString &path)
     {
-        if (QThread::currentThread()->isInterruptionRequested())
-            return QString();
-        return m_engine.evaluate(readScript(path)).toString();
+        return isStopped() ? QString() : m_engine.evaluate(readScript(path)).toString();
     }
 
 private:
-    // A script that never ends must not keep a transfer thread that was asked to end.
-    void watchInterruption()
+    bool isStopped()
     {
-        QObject::connect(&m_timer, &QTimer::timeout, &m_engine, [this] {
-            if (QThread::currentThread()->isInterruptionRequested())
-                m_engine.abortEvaluation();
-        });
-        m_timer.start(interruptionCheckInterval);
-        m_engine.setProcessEventsInterval(interruptionCheckInterval);
+        m_stopped = m_stopped || QThread::currentThread()->isInterruptionRequested() ||
+                    (m_talk.isStopped && m_talk.isStopped());
+        return m_stopped;
     }
 
+    static QScriptValue alert(QScriptContext *context, QScriptEngine *, void *self)
+    {
+        ScriptRun *run = static_cast<ScriptRun *>(self);
+        const QString text = context->argument(0).toString();
+        if (!run->m_talk.alert)
+            TRACE() << "QAlert: " << text;
+        else if (!run->isStopped())
+            run->m_talk.alert(text);
+        return QScriptValue(0);
+    }
+
+    const ScriptTalk &m_talk;
     QScriptEngine m_engine;
     QTimer m_timer;
+    bool m_stopped = false;
 };
 } // namespace
 
@@ -117,17 +107,16 @@ void CJSLib::destroyInstance()
     ProcessInstance<CJSLib>::destroy();
 }
 
-void CJSLib::loadScripts()
+void CJSLib::loadScripts(const QString &directory)
 {
-    m_scriptDirectory = Options::instance()->jsPath;
     m_scripts.clear();
-    QString directory = m_scriptDirectory;
-    while (directory.size() > 1 &&
-           (directory.endsWith(QLatin1Char('/')) || directory.endsWith(QDir::separator())))
-        directory.chop(1);
+    QString folder = directory;
+    while (folder.size() > 1 &&
+           (folder.endsWith(QLatin1Char('/')) || folder.endsWith(QDir::separator())))
+        folder.chop(1);
     QSet<QString> visited;
-    if (!directory.isEmpty())
-        walk(directory, &m_scripts, &visited);
+    if (!folder.isEmpty())
+        walk(folder, &m_scripts, &visited);
 }
 
 const SiteScript *CJSLib::matchHost(const QString &host) const
@@ -140,10 +129,10 @@ const SiteScript *CJSLib::matchHost(const QString &host) const
 }
 
 VideoInfo CJSLib::parsePage(const QString &pageUrl, const QString &pageText,
-                            const QString &scriptPath) const
+                            const QString &scriptPath, const ScriptTalk &talk) const
 {
     VideoInfo info;
-    ScriptRun run(pageText);
+    ScriptRun run(pageText, talk);
     info.streamText = run.evaluate(scriptPath);
     info.title = unescapeHtml(run.evaluate(scriptPath + QStringLiteral("_title")));
     info.keyword = unescapeHtml(run.evaluate(scriptPath + QStringLiteral("_keyword")));

@@ -6,11 +6,24 @@
 #include <QString>
 #include <QVector>
 
+#include <functional>
+
 // One site script on disk.
 struct SiteScript
 {
     QString path; // full path
     QString name; // file name, the key that hosts are matched with
+};
+
+// What scripts and whoever runs them have to say to each other. Both are called on the thread of
+// the run, while it lasts.
+struct ScriptTalk
+{
+    // Shows the text that a script hands to alert(), and returns when it has been seen. Without
+    // one the text goes to the debug channel.
+    std::function<void(const QString &)> alert;
+    // Asked several times a second, between a script's steps: true ends the run.
+    std::function<bool()> isStopped;
 };
 
 // The list of site scripts and the host that runs them. The list is built once on the
@@ -26,18 +39,18 @@ public:
     static CJSLib *instance();
     static void destroyInstance();
 
-    void loadScripts(); // from Options::jsPath
+    void loadScripts(const QString &directory);
     const QVector<SiteScript> &scripts() const { return m_scripts; }
     // The first script whose name occurs in the host, or null.
     const SiteScript *matchHost(const QString &host) const;
 
     // Runs the site's scripts over the page text, in an engine of this run's own. Sets page
-    // address, title, keyword, description and stream text.
-    VideoInfo parsePage(const QString &pageUrl, const QString &pageText,
-                        const QString &scriptPath) const;
+    // address, title, keyword, description and stream text. The thread's events are delivered
+    // meanwhile; what was not read when the run is stopped, or the thread interrupted, is empty.
+    VideoInfo parsePage(const QString &pageUrl, const QString &pageText, const QString &scriptPath,
+                        const ScriptTalk &talk = ScriptTalk()) const;
 
 private:
-    QString m_scriptDirectory;
     QVector<SiteScript> m_scripts;
 };
 

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <QNetworkReply>
+#include "awaitedget.h"
+
 #include <QObject>
 #include <QString>
-
-class QNetworkAccessManager;
 
 // Asks a page for the cookies it hands out. Serves one request, in the thread that created it.
 class Cookies : public QObject
@@ -15,28 +14,27 @@ class Cookies : public QObject
 public:
     static constexpr int transferTimeout = 60000; // milliseconds without a byte
 
-    explicit Cookies(QObject *parent = nullptr);
-    ~Cookies() override;
+    explicit Cookies(int timeout = transferTimeout, QObject *parent = nullptr);
 
-    void setTransferTimeout(int milliseconds);
-
-    // The value of the answer's Set-Cookie header, several of them folded into one line that can be
-    // sent as a Cookie header; empty when there is none or the request failed. Runs a nested event
-    // loop, which also ends when the thread is told to quit.
+    // The value of the answer's Set-Cookie header, folded; empty when there is none or the request
+    // failed. Runs a nested event loop, which also ends when the thread is told to quit.
     QString start(const QString &url);
-    virtual bool parseReply(QNetworkReply *reply);
+    virtual bool parseReply(const QNetworkReply *reply);
+
+    // The network layer's value of several Set-Cookie headers as one line that can be sent as a
+    // Cookie header; a single header stays as it is.
+    static QString folded(const QByteArray &headerValue);
 
 signals:
     void sigFinished(int nRe);
 
 public slots:
-    void onReadyRead();
+    void onReadyRead(QNetworkReply *reply);
     void onFinished();
     void onNetworkError(QNetworkReply::NetworkError err);
 
 private:
-    QNetworkReply *m_reply = nullptr; // not owned: released with deleteLater
-    QNetworkAccessManager *m_manager; // child
+    AwaitedGet m_get;
+    const QNetworkReply *m_reply = nullptr; // the answer, once it has ended; m_get's
     QString m_cookieText;
-    int m_transferTimeout = transferTimeout;
 };

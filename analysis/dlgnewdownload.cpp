@@ -3,7 +3,6 @@
 #include "ui_dlgnewdownload.h"
 
 #include "appinfo.h"
-#include "httpget.h"
 #include "messagebox.h"
 #include "options.h"
 #include "outputprofilemanager.h"
@@ -15,6 +14,7 @@
 #include <QGuiApplication>
 #include <QIcon>
 #include <QPointer>
+#include <QUrl>
 
 namespace {
 QString messageFor(int result)
@@ -33,9 +33,21 @@ QString messageFor(int result)
     }
 }
 
-int qualityIndex(const QString &display)
+// An address that can be tried. A site on the update server's host is the bundled one, which
+// listens where that does.
+QString exampleAddress(const AppInfo &info)
 {
-    const QVector<VideoQuality> &qualities = OutputProfileManager::instance()->qualities();
+    const QString host = info.supportedHosts.value(0);
+    const QUrl updates(info.profileListUrl);
+    const QString port = updates.host() == host && updates.port() > 0
+                             ? QStringLiteral(":%1").arg(updates.port())
+                             : QString();
+    return QStringLiteral("http://%1%2/watch?v=8rWkWx2yVhE").arg(host, port);
+}
+
+int qualityIndex(const OutputProfileManager &profiles, const QString &display)
+{
+    const QVector<VideoQuality> &qualities = profiles.qualities();
     for (int i = 0; i < qualities.size(); ++i) {
         if (qualities.at(i).display == display)
             return i;
@@ -43,9 +55,9 @@ int qualityIndex(const QString &display)
     return -1;
 }
 
-int formatId(const QString &display)
+int formatId(const OutputProfileManager &profiles, const QString &display)
 {
-    for (const auto &group : OutputProfileManager::instance()->groups()) {
+    for (const auto &group : profiles.groups()) {
         for (const auto &item : group->items) {
             if (item->display == display)
                 return item->id;
@@ -54,15 +66,28 @@ int formatId(const QString &display)
     return -1;
 }
 
+// What a script wants to be seen. It comes from a page: markup in it is not to be shown as such.
+void showAlert(const QDialog *dialog, const QString &text)
+{
+    QMessageBox box(QMessageBox::Warning, QStringLiteral("QAlert"), text, QMessageBox::Yes);
+    box.setTextFormat(Qt::PlainText);
+    box.setAttribute(Qt::WA_QuitOnClose, false);
+    QObject::connect(dialog, &QDialog::finished, &box, &QDialog::reject);
+    QObject::connect(dialog, &QObject::destroyed, &box, &QDialog::reject);
+    box.exec();
+}
+
 void preselect(QComboBox *box, const QString &text)
 {
     box->setCurrentIndex(text.isNull() ? -1 : box->findText(text));
 }
 } // namespace
 
-DlgNewDownload::DlgNewDownload(const QString &url, QWidget *parent)
+DlgNewDownload::DlgNewDownload(const QString &url, const NewDownloadSurroundings &surroundings,
+                               QWidget *parent)
     : QDialog(parent)
     , m_ui(std::make_unique<Ui::dlgNewDownload>())
+    , m_surroundings(surroundings)
     , m_clipboard(QGuiApplication::clipboard())
 {
     setUpForm();
@@ -83,9 +108,7 @@ void DlgNewDownload::setUpForm()
     setWindowIcon(QIcon(QStringLiteral(":/png/GeneratedFiles/mainframe_mediu.png")));
     setFixedDialogFlags(this);
     setAttribute(Qt::WA_QuitOnClose, false);
-    m_ui->label->setText(
-        m_ui->label->text().arg(QStringLiteral("http://%1/watch?v=8rWkWx2yVhE")
-                                    .arg(AppInfo::instance()->supportedHosts.value(0))));
+    m_ui->label->setText(m_ui->label->text().arg(exampleAddress(m_surroundings.info)));
     // A child under the mouse keeps the moves to itself, and the dialog is mostly children.
     const QList<QWidget *> children = findChildren<QWidget *>();
     for (QWidget *child : children) {
@@ -108,17 +131,17 @@ VideoInfo DlgNewDownload::videoInfo() const
 
 void DlgNewDownload::fillChoices()
 {
-    const OutputProfileManager *profiles = OutputProfileManager::instance();
-    for (const VideoQuality &quality : profiles->qualities())
+    const OutputProfileManager &profiles = m_surroundings.profiles;
+    for (const VideoQuality &quality : profiles.qualities())
         m_ui->comboBox->addItem(quality.display);
     if (m_ui->comboBox->count() > 0)
         m_ui->comboBox->insertSeparator(m_ui->comboBox->count() - 1);
-    const int stored = Options::instance()->sourceQuality;
-    const bool known = stored >= 0 && stored < profiles->qualities().size();
-    preselect(m_ui->comboBox, known ? profiles->qualities().at(stored).display : QString());
+    const int stored = m_surroundings.options.sourceQuality;
+    const bool known = stored >= 0 && stored < profiles.qualities().size();
+    preselect(m_ui->comboBox, known ? profiles.qualities().at(stored).display : QString());
 
     bool first = true;
-    for (const auto &group : profiles->groups()) {
+    for (const auto &group : profiles.groups()) {
         if (!first)
             m_ui->comboBox_2->insertSeparator(m_ui->comboBox_2->count());
         first = false;
@@ -127,19 +150,20 @@ void DlgNewDownload::fillChoices()
             TRACE() << item->display;
         }
     }
-    const SaveAsItem *current = profiles->current();
+    const SaveAsItem *current = profiles.current();
     preselect(m_ui->comboBox_2, current ? current->display : QString());
 }
 
 void DlgNewDownload::applySelection()
 {
-    const int quality = qualityIndex(m_ui->comboBox->currentText());
-    const int format = formatId(m_ui->comboBox_2->currentText());
+    OutputProfileManager &profiles = m_surroundings.profiles;
+    const int quality = qualityIndex(profiles, m_ui->comboBox->currentText());
+    const int format = formatId(profiles, m_ui->comboBox_2->currentText());
     if (quality < 0 || format == -1)
         return;
     // Both are known to the store, so neither call can fail.
-    OutputProfileManager::instance()->setSourceQuality(quality);
-    OutputProfileManager::instance()->setOutputFormat(format);
+    profiles.setSourceQuality(quality);
+    profiles.setOutputFormat(format);
 }
 
 void DlgNewDownload::showMessage(const QString &text)
@@ -150,13 +174,14 @@ void DlgNewDownload::showMessage(const QString &text)
 
 int DlgNewDownload::analysePage(const QString &url)
 {
-    // Event loops run meanwhile: when one of them closes the dialog, nobody waits for the page.
     const QPointer<DlgNewDownload> self(this);
-    HttpGet fetcher;
-    connect(this, &QDialog::finished, &fetcher, &HttpGet::stop);
-    connect(this, &QObject::destroyed, &fetcher, &HttpGet::stop);
+    PageAnalysis analysis(
+        m_surroundings.scripts, [&self](const QString &text) { showAlert(self, text); },
+        HttpGet::transferTimeout);
+    connect(this, &QDialog::finished, &analysis, &PageAnalysis::stop);
+    connect(this, &QObject::destroyed, &analysis, &PageAnalysis::stop);
     VideoInfo info;
-    const int result = PageAnalysis::analyse(url, fetcher, &info);
+    const int result = analysis.analyse(url, m_surroundings.profiles, &info);
     if (self)
         m_videoInfo = info;
     return result;
@@ -164,6 +189,8 @@ int DlgNewDownload::analysePage(const QString &url)
 
 void DlgNewDownload::onDownload()
 {
+    if (!m_ui->btnOk->isEnabled()) // an analysis is under way, and this one of its events
+        return;
     QString address = m_ui->lineEditPage->text().trimmed();
     address.remove(QLatin1Char(' '));
     if (address.isEmpty()) {
@@ -192,7 +219,7 @@ void DlgNewDownload::onMouseMoveIn()
     if (!m_pasteArmed || !m_ui->btnOk->isEnabled())
         return;
     const QString copied = m_clipboard->text().trimmed();
-    if (!copied.isEmpty() && AppInfo::instance()->isSupportedUrl(copied) &&
+    if (!copied.isEmpty() && m_surroundings.info.isSupportedUrl(copied) &&
         copied != m_ui->lineEditPage->text().trimmed())
         setAddress(copied);
     m_pasteArmed = false;

@@ -6,11 +6,25 @@
 
 #include <memory>
 
+class AppInfo;
+class CJSLib;
+class Options;
+class OutputProfileManager;
 class QClipboard;
 
 namespace Ui {
 class dlgNewDownload;
 }
+
+// What the dialog works with; all of it outlives the dialog, and an analysis that is under way when
+// the dialog is deleted.
+struct NewDownloadSurroundings
+{
+    const Options &options;         // preselects the quality
+    OutputProfileManager &profiles; // offers the choices and keeps them
+    const CJSLib &scripts;
+    const AppInfo &info; // tells whose addresses are offered
+};
 
 // Asks for a watch-page address, source quality and output format, and analyses the page.
 // Accepted only when the analysis found streams.
@@ -20,11 +34,14 @@ class DlgNewDownload final : public QDialog
     Q_DISABLE_COPY(DlgNewDownload)
 
 public:
-    explicit DlgNewDownload(const QString &url, QWidget *parent = nullptr);
+    DlgNewDownload(const QString &url, const NewDownloadSurroundings &surroundings,
+                   QWidget *parent = nullptr);
     ~DlgNewDownload() override;
 
-    VideoInfo videoInfo() const;         // meaningful once the dialog was accepted
-    int analysePage(const QString &url); // a PageAnalysis::Result
+    VideoInfo videoInfo() const; // meaningful once the dialog was accepted
+    // A PageAnalysis::Result. Event loops run meanwhile, in which the dialog may be closed or
+    // deleted: that ends the analysis.
+    int analysePage(const QString &url);
 
 public slots:
     void onDownload();
@@ -44,6 +61,7 @@ private:
     void showMessage(const QString &text);
 
     std::unique_ptr<Ui::dlgNewDownload> m_ui;
+    const NewDownloadSurroundings m_surroundings;
     VideoInfo m_videoInfo;
     QClipboard *m_clipboard; // the application's
     bool m_pasteArmed = true;

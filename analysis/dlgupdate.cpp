@@ -2,7 +2,7 @@
 
 #include "ui_dlgupdate.h"
 
-#include "appinfo.h"
+#include "files.h"
 #include "logfile.h"
 #include "messagebox.h"
 #include "options.h"
@@ -22,17 +22,25 @@ void log(const QString &text)
     LogFile::instance()->write(QStringLiteral("Check update:"), text);
 }
 
-// The outcome is in the log; a manifest that stays behind is overwritten by the next check.
-void removeManifest(const QString &path)
+// The first failure of a check.
+struct Failure
 {
-    if (Options::instance()->removeUpdateFile)
-        QFile::remove(path);
+    QString file; // its address, or its path when it cannot be read
+    int code = 0; // of SimpleDownload or of SiteProfile
+};
+
+void logFailure(const QString &text, const Failure &failure)
+{
+    log(text);
+    log(QStringLiteral("file \"%1\", code %2.").arg(failure.file).arg(failure.code));
 }
 } // namespace
 
-QDlgUpdate::QDlgUpdate(QWidget *parent)
+QDlgUpdate::QDlgUpdate(Options &options, const QString &manifestAddress, QWidget *parent)
     : QDialog(parent)
     , m_ui(std::make_unique<Ui::dlgUpdating>())
+    , m_options(options)
+    , m_manifestAddress(manifestAddress)
 {
     m_ui->setupUi(this);
     setWindowIcon(QIcon(QStringLiteral(":/png/GeneratedFiles/mainframe_mediu.png")));
@@ -58,59 +66,62 @@ void QDlgUpdate::Finished(int nRe)
         reject();
 }
 
-bool QDlgUpdate::download(const QString &url, const QString &path)
+// 0, or what SimpleDownload says.
+int QDlgUpdate::download(const QString &url, const QString &path)
 {
-    if (m_closed)
-        return false;
+    ensureDir(absolutePathOf(path)); // without it the file cannot be written, which is told
     SimpleDownload download;
     connect(this, &QDialog::finished, &download, &SimpleDownload::stop);
     connect(this, &QObject::destroyed, &download, &SimpleDownload::stop);
-    return download.download(url, path);
+    download.download(url, path);
+    return download.error();
 }
 
 void QDlgUpdate::Check()
 {
     // The downloads run event loops, in which the dialog may be closed or deleted.
     const QPointer<QDlgUpdate> self(this);
-    const auto end = [self](int result) {
-        if (self && !self->m_closed)
-            self->Finished(result);
-    };
-    const auto fetch = [self](const QString &url, const QString &path) {
-        return self && self->download(url, path);
-    };
-
-    const int installed = Options::instance()->jsVersion;
-    const QString directory = Options::instance()->jsPath;
-    const QString address = AppInfo::instance()->profileListUrl;
+    Options &options = m_options;
+    const QString address = m_manifestAddress;
+    const QString directory = options.jsPath;
     const QString manifest = directory + QStringLiteral("Profile.xml");
-    if (!fetch(address, manifest)) {
-        log(QStringLiteral("%1 downlaod failed.").arg(address));
-        return end(0);
-    }
+    bool manifestFetched = false;
+    Failure failure;
+    const auto fetch = [&self, &failure](const QString &url, const QString &path) {
+        const bool wanted = self && !self->m_closed;
+        failure = {url, wanted ? self->download(url, path) : 0};
+        return wanted && failure.code == 0;
+    };
+    const auto end = [&](bool upToDate, const QString &text) {
+        // One that stays behind is overwritten by the next check.
+        if (manifestFetched && options.removeUpdateFile)
+            QFile::remove(manifest);
+        const bool closed = !self || self->m_closed;
+        if (upToDate)
+            log(text);
+        else if (!closed) // what the person ended did not fail
+            logFailure(text, failure);
+        if (!closed)
+            self->Finished(upToDate ? 1 : 0);
+    };
+    const QString noManifest = QStringLiteral("%1 downlaod failed.").arg(address);
+    manifestFetched = fetch(address, manifest);
+    if (!manifestFetched)
+        return end(false, noManifest);
 
     SiteProfile profile;
-    const int published = profile.load(manifest);
-    if (published < 0) {
-        log(QStringLiteral("%1 downlaod failed.").arg(address));
-        removeManifest(manifest);
-        return end(0);
-    }
-    if (published == installed) {
-        log(QStringLiteral("current version(%1) same as server.").arg(published));
-        removeManifest(manifest);
-        return end(1);
-    }
+    failure = {manifest, profile.read(manifest)};
+    if (failure.code != SiteProfile::NoError)
+        return end(false, noManifest);
+    if (profile.version == options.jsVersion && profile.isInstalled(directory))
+        return end(true,
+                   QStringLiteral("current version(%1) same as server.").arg(profile.version));
 
     if (self)
         ShowMessage(QStringLiteral("Updating Corvane Reelkeeper..."));
-    if (!profile.downloadScripts(directory, fetch)) {
-        log(QStringLiteral("download js to \"%1\" failed.").arg(directory));
-        removeManifest(manifest);
-        return end(0);
-    }
-    Options::instance()->jsVersion = published;
-    removeManifest(manifest);
-    log(QStringLiteral("update to new version(%1).").arg(published));
-    end(1);
+    if (!profile.downloadScripts(directory, fetch))
+        return end(false, QStringLiteral("download js to \"%1\" failed.").arg(directory));
+    options.jsVersion = profile.version;
+    options.save();
+    end(true, QStringLiteral("update to new version(%1).").arg(profile.version));
 }

@@ -4,6 +4,8 @@
 
 #include <memory>
 
+class Options;
+
 namespace Ui {
 class dlgUpdating;
 }
@@ -16,7 +18,9 @@ class QDlgUpdate final : public QDialog
     Q_DISABLE_COPY(QDlgUpdate)
 
 public:
-    explicit QDlgUpdate(QWidget *parent = nullptr);
+    // The options, which outlive the check, say what is installed and where; the address is the
+    // manifest's.
+    QDlgUpdate(Options &options, const QString &manifestAddress, QWidget *parent = nullptr);
     ~QDlgUpdate() override;
 
 public slots:
@@ -25,8 +29,10 @@ public slots:
     void Finished(int nRe);
 
 private:
-    bool download(const QString &url, const QString &path);
+    int download(const QString &url, const QString &path);
 
     std::unique_ptr<Ui::dlgUpdating> m_ui;
+    Options &m_options;
+    const QString m_manifestAddress;
     bool m_closed = false;
 };

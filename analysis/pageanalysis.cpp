@@ -1,26 +1,40 @@
 #include "pageanalysis.h"
 
-#include "cjslib.h"
-#include "httpget.h"
 #include "logfile.h"
 #include "outputprofilemanager.h"
 #include "texts.h"
 #include "trace.h"
 
+#include <QEventLoop>
 #include <QStringList>
 
 namespace {
 constexpr int fetchAttempts = 5;
 
-void log(const QString &tag, const QString &text)
+// quit() ends the event loops of a thread, and those begun later. A run of scripts is none, so it
+// looks whether one would still run.
+bool isThreadQuitting()
 {
-    LogFile::instance()->write(tag, text);
+    QEventLoop loop;
+    QMetaObject::invokeMethod(
+        &loop, [&loop] { loop.exit(1); }, Qt::QueuedConnection);
+    return loop.exec() != 1;
 }
 
-int noVideo(const QString &url)
+void keep(const QString &trace, const QString &tag, const QString &text)
 {
-    TRACE() << "Failed: Not contain video.";
-    log(QStringLiteral("Not contain video:"), url);
+    if (!trace.isEmpty())
+        TRACE() << trace;
+    if (!tag.isEmpty())
+        LogFile::instance()->write(tag, text);
+}
+
+void drop(const QString &, const QString &, const QString &) {}
+
+PageAnalysis::Result noVideo(const QString &url,
+                             void (*note)(const QString &, const QString &, const QString &))
+{
+    note(QStringLiteral("Failed: Not contain video."), QStringLiteral("Not contain video:"), url);
     return PageAnalysis::NoVideo;
 }
 
@@ -29,85 +43,104 @@ QString describe(const VideoStream &stream)
     return stream.dimension + QStringLiteral("  ") + stream.type;
 }
 
-void appendStream(QVector<VideoStream> *streams, const VideoStream &stream)
+// Without the streams that are there already.
+QVector<VideoStream> distinct(const QVector<VideoStream> &found)
 {
-    TRACE() << "Video Demision:" << stream.dimension;
-    TRACE() << "Video Type:" << stream.type;
-    TRACE() << "Video URL:" << stream.videoAddress;
-    log(QStringLiteral("Video:"), describe(stream));
-    if (PageAnalysis::isDuplicate(*streams, stream)) {
-        TRACE() << "------------Video URL Reaped." << stream.videoAddress;
-        log(QStringLiteral("Video URL Reaped:"), stream.videoAddress);
-    } else {
-        streams->append(stream);
+    QVector<VideoStream> streams;
+    for (const VideoStream &stream : found) {
+        TRACE() << "Video Demision:" << stream.dimension;
+        TRACE() << "Video Type:" << stream.type;
+        keep(QStringLiteral("Video URL:") + stream.videoAddress, QStringLiteral("Video:"),
+             describe(stream));
+        if (PageAnalysis::isDuplicate(streams, stream))
+            keep(QStringLiteral("------------Video URL Reaped.") + stream.videoAddress,
+                 QStringLiteral("Video URL Reaped:"), stream.videoAddress);
+        else
+            streams.append(stream);
     }
+    return streams;
 }
 } // namespace
 
-int PageAnalysis::analyse(const QString &url, VideoInfo *info)
+PageAnalysis::PageAnalysis(const CJSLib &scripts, const Alert &alert, int timeout)
+    : m_scripts(scripts)
+    , m_alert(alert)
+    , m_fetcher(timeout)
 {
-    HttpGet fetcher;
-    return analyse(url, fetcher, info);
 }
 
-int PageAnalysis::analyse(const QString &url, HttpGet &fetcher, VideoInfo *info)
+void PageAnalysis::stop()
 {
-    if (!isUrl(url))
-        return InvalidUrl;
+    m_fetcher.stop();
+}
 
+PageAnalysis::Result PageAnalysis::read(const QString &url, VideoInfo *info)
+{
+    return read(url, info, drop);
+}
+
+PageAnalysis::Result PageAnalysis::read(const QString &url, VideoInfo *info, Note note)
+{
     const QUrl requestUrl(ensurePrefix(url, QStringLiteral("http://")));
-    TRACE() << "Parsing domain...";
-    log(QStringLiteral("Add page:"), url);
-    const SiteScript *script = CJSLib::instance()->matchHost(requestUrl.host());
+    note(QStringLiteral("Parsing domain..."), QStringLiteral("Add page:"), url);
+    const SiteScript *script = m_scripts.matchHost(requestUrl.host());
     if (!script) {
-        log(QStringLiteral("Page not support: "), url);
+        note(QString(), QStringLiteral("Page not support: "), url);
         return NotSupported;
     }
-    TRACE() << "Match domain:" << script->name;
-    TRACE() << "Parsing page:" << url;
-    log(QStringLiteral("Parse page:"), url);
+    note(QStringLiteral("Match domain:") + script->name, QString(), QString());
+    note(QStringLiteral("Parsing page:") + url, QStringLiteral("Parse page:"), url);
 
     // Other events run while the page is fetched, and the list may be rebuilt by one of them.
     const QString scriptPath = script->path;
-    const QString pageText = fetch(fetcher, requestUrl);
+    const QString pageText = fetch(requestUrl);
+    if (m_fetcher.isStopped())
+        return Stopped;
     if (pageText.isEmpty()) {
-        TRACE() << "Can not get page.";
-        log(QStringLiteral("Can not get page:"), url);
+        note(QStringLiteral("Can not get page."), QStringLiteral("Can not get page:"), url);
         return NoPage;
     }
-    TRACE() << "Read page.";
-    log(QStringLiteral("Read page:"), url);
+    note(QStringLiteral("Read page."), QStringLiteral("Read page:"), url);
 
-    *info = CJSLib::instance()->parsePage(url, pageText, scriptPath);
-    if (holdsNoVideo(info->streamText))
-        return noVideo(url);
-    TRACE() << "Parse resoult: " << info->streamText;
-    log(QStringLiteral("Parse resoult:"), info->streamText);
-    const QVector<VideoStream> found = splitStreams(info->streamText);
-    for (const VideoStream &stream : found)
-        appendStream(&info->streams, stream);
-    if (info->streams.isEmpty())
-        return noVideo(url);
+    const ScriptTalk talk{m_alert, [this] {
+                              if (isThreadQuitting())
+                                  stop();
+                              return m_fetcher.isStopped();
+                          }};
+    *info = m_scripts.parsePage(url, pageText, scriptPath, talk);
+    if (m_fetcher.isStopped())
+        return Stopped;
+    if (info->streamText.isEmpty() || info->streamText.startsWith(QLatin1String("$Error:")))
+        return noVideo(url, note);
+    note(QStringLiteral("Parse resoult: ") + info->streamText, QStringLiteral("Parse resoult:"),
+         info->streamText);
+    info->streams = splitStreams(info->streamText);
+    return info->streams.isEmpty() ? noVideo(url, note) : Success;
+}
 
-    info->selectedStream = OutputProfileManager::instance()->matchQuality(info->streams, -1);
+PageAnalysis::Result PageAnalysis::analyse(const QString &url, const OutputProfileManager &profiles,
+                                           VideoInfo *info)
+{
+    if (!isUrl(url))
+        return InvalidUrl;
+    const Result result = read(url, info, keep);
+    if (result != Success)
+        return result;
+    info->streams = distinct(info->streams);
+    info->selectedStream = profiles.matchQuality(info->streams, -1);
     const QString selected = describe(info->streams.at(info->selectedStream));
-    TRACE() << "Select: " << selected;
-    log(QStringLiteral("Select: "), selected);
+    keep(QStringLiteral("Select: ") + selected, QStringLiteral("Select: "), selected);
     return Success;
 }
 
-QString PageAnalysis::fetch(HttpGet &fetcher, const QUrl &url)
+// One attempt right after the other.
+QString PageAnalysis::fetch(const QUrl &url)
 {
     QString text;
-    for (int attempt = 0; attempt < fetchAttempts && text.isEmpty() && !fetcher.isStopped();
+    for (int attempt = 0; attempt < fetchAttempts && text.isEmpty() && !m_fetcher.isStopped();
          ++attempt)
-        text = fetcher.get(url);
+        text = m_fetcher.get(url);
     return text;
-}
-
-bool PageAnalysis::holdsNoVideo(const QString &streamText)
-{
-    return streamText.isEmpty() || streamText.startsWith(QLatin1String("$Error:"));
 }
 
 QVector<VideoStream> PageAnalysis::splitStreams(const QString &streamText)

@@ -2,131 +2,76 @@
 
 #include "trace.h"
 
-#include <QEventLoop>
-#include <QNetworkAccessManager>
-#include <QNetworkRequest>
-#include <QTimer>
 #include <QUrl>
 
 #include <filesystem>
 #include <system_error>
 
-static constexpr int longestDownload = 30000; // milliseconds, for a file of a few kilobytes
-
-SimpleDownload::SimpleDownload(QObject *parent)
+SimpleDownload::SimpleDownload(int timeout, QObject *parent)
     : QObject(parent)
-    , m_manager(new QNetworkAccessManager(this))
+    , m_get(timeout)
 {
-}
-
-SimpleDownload::~SimpleDownload()
-{
-    releaseReply();
-}
-
-void SimpleDownload::setTransferTimeout(int milliseconds)
-{
-    m_transferTimeout = milliseconds;
+    connect(&m_get, &AwaitedGet::readyRead, this, &SimpleDownload::onReadyRead);
 }
 
 bool SimpleDownload::download(const QString &url, const QString &path)
 {
-    m_source = url;
-    m_target = path;
-    m_tempPath = path + QStringLiteral("_temp");
-    const QUrl address(m_source);
-    // A manifest must not have files of this computer copied.
-    if (address.scheme() != QLatin1String("http") && address.scheme() != QLatin1String("https"))
-        return false;
-    m_file.setFileName(m_tempPath);
+    m_file.setFileName(path + QStringLiteral("_temp"));
     // Unbuffered, so that a full disk shows at the write that hits it.
-    if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
-        return false;
-
-    QNetworkRequest request(address);
-    request.setTransferTimeout(m_transferTimeout);
-    m_reply = m_manager->get(request);
-    if (m_reply->isFinished()) {
-        releaseReply();
-        m_file.close();
+    if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered)) {
+        m_error = NotWritten;
         return false;
     }
-    connect(m_reply, &QNetworkReply::readyRead, this, &SimpleDownload::onReadyRead);
-    connect(m_reply, &QNetworkReply::finished, this, &SimpleDownload::onFinished);
-    connect(m_reply, &QNetworkReply::errorOccurred, this, &SimpleDownload::onNetworkError);
-
-    QEventLoop loop;
-    connect(this, &SimpleDownload::sigFinished, &loop, &QEventLoop::quit);
-    // A server that drips must not keep the program from starting.
-    QTimer::singleShot(longestDownload, &loop, &QEventLoop::quit);
-    loop.exec();
-    releaseReply();
+    m_get.get(QNetworkRequest(QUrl(url)));
+    if (m_error == 0 && m_get.error() != 0)
+        onNetworkError(QNetworkReply::NetworkError(m_get.error()));
+    else if (m_error == 0)
+        onFinished();
     m_file.close();
-    if (m_file.error() != QFileDevice::NoError)
-        m_failed = true;
-    return m_complete && m_writeOk && !m_failed && putInPlace();
+    if (m_error == 0 && m_file.error() != QFileDevice::NoError)
+        m_error = NotWritten;
+    if (m_error == 0 && !putInPlace(path))
+        m_error = NotWritten;
+    if (m_error != 0)
+        TRACE() << "SimpleDownload: " << url << m_error;
+    return m_error == 0;
 }
 
 // Replaces the old file in one step where the system can, so that there is always one of the two.
-bool SimpleDownload::putInPlace()
+bool SimpleDownload::putInPlace(const QString &path)
 {
     std::error_code error;
-    std::filesystem::rename(QFile::encodeName(m_tempPath).toStdString(),
-                            QFile::encodeName(m_target).toStdString(), error);
+    std::filesystem::rename(QFile::encodeName(m_file.fileName()).toStdString(),
+                            QFile::encodeName(path).toStdString(), error);
     if (error)
-        TRACE() << "Cannot rename " << m_tempPath << QString::fromStdString(error.message());
+        TRACE() << "Cannot rename " << m_file.fileName() << QString::fromStdString(error.message());
     return !error;
 }
 
-void SimpleDownload::releaseReply()
+void SimpleDownload::onReadyRead(QNetworkReply *reply)
 {
-    if (!m_reply)
+    if (reply->error() != QNetworkReply::NoError || m_error != 0)
         return;
-    m_reply->disconnect(this);
-    // A reply that is reporting its error is not finished yet and must not be ended once more.
-    if (!m_reply->isFinished() && m_reply->error() == QNetworkReply::NoError)
-        m_reply->abort();
-    m_reply->deleteLater();
-    m_reply = nullptr;
-}
-
-void SimpleDownload::onReadyRead()
-{
-    if (!m_reply || m_reply->error() != QNetworkReply::NoError)
-        return;
-    const QByteArray bytes = m_reply->readAll();
+    const QByteArray bytes = reply->readAll();
     if (bytes.isEmpty())
         return;
     m_writeOk = m_file.write(bytes) == bytes.size();
     if (!m_writeOk) {
-        m_failed = true;
+        m_error = NotWritten;
         emit sigFinished(1, 2);
+        m_get.stop();
     }
 }
 
 void SimpleDownload::onFinished()
 {
-    // After an error the reply has been handed back already.
-    if (!m_reply)
-        return;
-    m_complete = m_reply->error() == QNetworkReply::NoError;
-    if (m_complete)
-        emit sigFinished(m_writeOk ? 1 : 0, 0);
-    else
-        emit sigFinished(1, m_reply->error());
-    releaseReply();
+    if (!m_writeOk)
+        m_error = Empty;
+    emit sigFinished(m_writeOk ? 1 : 0, 0);
 }
 
 void SimpleDownload::onNetworkError(QNetworkReply::NetworkError err)
 {
-    TRACE() << "SimpleDownload: " << m_source << err;
-    m_failed = true;
+    m_error = err;
     emit sigFinished(1, err);
-    releaseReply();
-}
-
-void SimpleDownload::stop()
-{
-    m_failed = true;
-    emit sigFinished(1, QNetworkReply::OperationCanceledError);
 }

@@ -1,11 +1,10 @@
 #pragma once
 
+#include "awaitedget.h"
+
 #include <QFile>
-#include <QNetworkReply>
 #include <QObject>
 #include <QString>
-
-class QNetworkAccessManager;
 
 // Downloads one file by way of a file beside it whose name ends in "_temp"; the target is replaced
 // only by a complete transfer. Serves one download, in the thread that created it.
@@ -17,35 +16,32 @@ class SimpleDownload final : public QObject
 public:
     static constexpr int transferTimeout = 10000; // milliseconds without a byte
 
-    explicit SimpleDownload(QObject *parent = nullptr);
-    ~SimpleDownload() override;
+    // Why a download failed, beside the numbers of QNetworkReply::NetworkError.
+    enum Error {
+        NotWritten = 1003,
+        Empty = 1013,
+    };
 
-    void setTransferTimeout(int milliseconds);
+    explicit SimpleDownload(int timeout = transferTimeout, QObject *parent = nullptr);
 
     // True when the file is in place. False also for an empty file. Runs a nested event loop.
     bool download(const QString &url, const QString &path);
+    int error() const { return m_error; } // 0 after a download that succeeded
 
 signals:
-    void sigFinished(int nRe, int nExtra); // only ends the wait
+    void sigFinished(int nRe, int nExtra);
 
 public slots:
-    void onReadyRead();
+    void onReadyRead(QNetworkReply *reply);
     void onFinished();
     void onNetworkError(QNetworkReply::NetworkError err);
-    void stop(); // fails the download under way
+    void stop() { m_get.stop(); } // fails the download under way
 
 private:
-    bool putInPlace();
-    void releaseReply();
+    bool putInPlace(const QString &path);
 
-    QString m_source;
-    QString m_target;
-    QString m_tempPath;
-    bool m_writeOk = false;
+    AwaitedGet m_get;
     QFile m_file;
-    QNetworkReply *m_reply = nullptr; // not owned: released with deleteLater
-    QNetworkAccessManager *m_manager; // child
-    int m_transferTimeout = transferTimeout;
-    bool m_complete = false;
-    bool m_failed = false;
+    bool m_writeOk = false;
+    int m_error = 0;
 };

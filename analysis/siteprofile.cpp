@@ -1,7 +1,5 @@
 #include "siteprofile.h"
 
-#include "files.h"
-#include "simpledownload.h"
 #include "xmlattribute.h"
 
 #include <QDomDocument>
@@ -9,16 +7,6 @@
 #include <QStringList>
 
 namespace {
-enum LoadError {
-    CannotOpen = -1,
-    NotWellFormed = -2,
-    AttributeMissing = -3,
-    InvalidDomain = -4,
-    NoServer = -5,
-    UnsafeName = -6,
-    NegativeVersion = -7,
-};
-
 // The name comes from the network and becomes a path below the script folder.
 bool staysInFolder(const QString &name)
 {
@@ -36,43 +24,41 @@ bool staysInFolder(const QString &name)
 }
 } // namespace
 
-int SiteProfile::load(const QString &path)
+SiteProfile::Error SiteProfile::read(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? read(file.readAll()) : CannotOpen;
+}
+
+SiteProfile::Error SiteProfile::read(const QByteArray &xml)
 {
     *this = SiteProfile();
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return CannotOpen;
     QDomDocument document;
-    const bool wellFormed = document.setContent(&file);
-    file.close();
-    if (!wellFormed)
+    if (!document.setContent(xml))
         return NotWellFormed;
-
     bool serverRead = false;
     const QDomNode root = document.documentElement();
     for (QDomNode node = root.firstChild(); !node.isNull(); node = node.nextSibling()) {
+        Error error = NoError;
         if (node.nodeName() == QLatin1String("js")) {
-            const int result = readServer(node);
-            if (result != 0)
-                return result;
+            error = readServer(node);
             serverRead = true;
         } else if (node.nodeName() == QLatin1String("sites")) {
-            for (QDomNode site = node.firstChild(); !site.isNull(); site = site.nextSibling()) {
-                const int result =
-                    site.nodeName() == QLatin1String("domain") ? readDomain(site) : 0;
-                if (result != 0)
-                    return result;
-            }
-            if (domains.isEmpty())
-                return InvalidDomain;
+            error = readSites(node);
         }
+        if (error != NoError)
+            return error;
     }
-    if (!serverRead)
-        return NoServer;
-    return version < 0 ? NegativeVersion : version;
+    return serverRead ? NoError : NoServer;
 }
 
-int SiteProfile::readServer(const QDomNode &node)
+int SiteProfile::load(const QString &path)
+{
+    const Error error = read(path);
+    return error == NoError ? version : error;
+}
+
+SiteProfile::Error SiteProfile::readServer(const QDomNode &node)
 {
     QString versionText;
     QString sizeText;
@@ -82,10 +68,20 @@ int SiteProfile::readServer(const QDomNode &node)
         return AttributeMissing;
     version = versionText.toInt();
     size = sizeText.toInt();
-    return 0;
+    return NoError;
 }
 
-int SiteProfile::readDomain(const QDomNode &node)
+SiteProfile::Error SiteProfile::readSites(const QDomNode &node)
+{
+    for (QDomNode site = node.firstChild(); !site.isNull(); site = site.nextSibling()) {
+        const Error error = site.nodeName() == QLatin1String("domain") ? readDomain(site) : NoError;
+        if (error != NoError)
+            return error;
+    }
+    return domains.isEmpty() ? InvalidDomain : NoError;
+}
+
+SiteProfile::Error SiteProfile::readDomain(const QDomNode &node)
 {
     SiteDomain domain;
     if (!getAttribute(node, QStringLiteral("name"), &domain.name))
@@ -103,26 +99,25 @@ int SiteProfile::readDomain(const QDomNode &node)
     if (domain.files.isEmpty())
         return InvalidDomain;
     domains.append(domain);
-    return 0;
-}
-
-bool SiteProfile::downloadScripts(const QString &dir)
-{
-    return downloadScripts(dir, [](const QString &url, const QString &path) {
-        SimpleDownload download;
-        return download.download(url, path);
-    });
+    return NoError;
 }
 
 bool SiteProfile::downloadScripts(const QString &dir, const Download &download) const
 {
     for (const SiteDomain &domain : domains) {
         for (const ScriptFileEntry &entry : domain.files) {
-            const QString path = dir + entry.name;
-            // A name may say a folder below this one.
-            if (entry.name.contains(QLatin1Char('/')) && !ensureDir(absolutePathOf(path)))
+            if (!download(serverPath + entry.name, dir + entry.name))
                 return false;
-            if (!download(serverPath + entry.name, path))
+        }
+    }
+    return true;
+}
+
+bool SiteProfile::isInstalled(const QString &dir) const
+{
+    for (const SiteDomain &domain : domains) {
+        for (const ScriptFileEntry &entry : domain.files) {
+            if (!QFile::exists(dir + entry.name))
                 return false;
         }
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QVector>
 
@@ -19,21 +20,34 @@ struct SiteDomain
     QVector<ScriptFileEntry> files;
 };
 
-// The manifest of the site scripts that the update server publishes. User-interface thread.
+// The manifest of the site scripts that the update server publishes.
 class SiteProfile final
 {
 public:
-    // Reads a manifest; its version, or -1 cannot be opened, -2 not well-formed, -3 a js element
-    // lacks an attribute, -4 an invalid domain or none, -5 no js element, -6 a script file's name
-    // would leave the script folder, -7 a version that reads as a negative number.
+    enum Error {
+        NoError = 0,
+        CannotOpen = -1,
+        NotWellFormed = -2,
+        AttributeMissing = -3, // of a js element
+        InvalidDomain = -4,    // or none
+        NoServer = -5,         // no js element
+        UnsafeName = -6,       // a script file's name would leave the script folder
+    };
+
+    // Reads a manifest; the fields below are whole only without an error.
+    Error read(const QString &path);
+    Error read(const QByteArray &xml);
+    // The same as one number: the version, which may be any, or the error. Who has to tell the two
+    // apart asks read().
     int load(const QString &path);
 
-    // Fetches every script file into the folder (which ends with a separator); stops at the first
-    // failure. Nested event loops run.
-    bool downloadScripts(const QString &dir);
-    // The same by a download function of the caller's: address, path of the file to write.
+    // Has every script file fetched into the folder (which ends with a separator) by a function
+    // that is given the file's address and path; stops at the first that fails.
     using Download = std::function<bool(const QString &, const QString &)>;
     bool downloadScripts(const QString &dir, const Download &download) const;
+
+    // True when every script file lies in the folder.
+    bool isInstalled(const QString &dir) const;
 
     qint32 version = 0;
     qint32 size = 0;
@@ -41,6 +55,7 @@ public:
     QVector<SiteDomain> domains;
 
 private:
-    int readServer(const QDomNode &node);
-    int readDomain(const QDomNode &node);
+    Error readServer(const QDomNode &node);
+    Error readSites(const QDomNode &node);
+    Error readDomain(const QDomNode &node);
 };

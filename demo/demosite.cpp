@@ -9,6 +9,8 @@
 
 namespace {
 const char scriptPath[] = "/reelkeeper/scripts/";
+// The video that the program's dialog has in its example; it is the first one of the list here.
+const char exampleId[] = "8rWkWx2yVhE";
 
 QByteArray lastPart(const QByteArray &path)
 {
@@ -53,7 +55,7 @@ HttpResponse DemoSite::watch(const HttpRequest &request) const
     const int query = request.target.indexOf('?');
     const QString id = QUrlQuery(QString::fromUtf8(query < 0 ? "" : request.target.mid(query + 1)))
                            .queryItemValue(QStringLiteral("v"), QUrl::FullyDecoded);
-    const DemoVideo *found = nullptr;
+    const DemoVideo *found = id == QLatin1String(exampleId) ? &demoVideos().first() : nullptr;
     for (const DemoVideo &video : demoVideos()) {
         if (video.id == id)
             found = &video;

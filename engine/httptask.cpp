@@ -23,8 +23,7 @@ HttpTask::HttpTask(JobRecord &record, const QString &outputFolder, int stallTime
 
 bool HttpTask::prepareCookies()
 {
-    Cookies cookies;
-    cookies.setTransferTimeout(m_stallTimeout);
+    Cookies cookies(m_stallTimeout);
     const QString text = cookies.start(m_record.page + QStringLiteral("&hl=en_US&persist_hl=0"));
     m_record.video_cookies = text;
     return !text.isEmpty();

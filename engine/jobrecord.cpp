@@ -1,8 +1,6 @@
 #include "jobrecord.h"
 
-#include "cjslib.h"
 #include "files.h"
-#include "httpget.h"
 #include "logfile.h"
 #include "options.h"
 #include "outputprofilemanager.h"
@@ -14,7 +12,6 @@
 #include <QDir>
 #include <QFile>
 #include <QSqlQuery>
-#include <QUrl>
 #include <QVariant>
 #include <QVector>
 
@@ -229,23 +226,13 @@ void JobRecord::refreshVideoUrl()
 {
     // First, so that a failed renewal is not tried again on the same day.
     download_time = dayOfYear();
-    const QUrl url(ensurePrefix(page, QStringLiteral("http://")));
-    const CJSLib *scripts = CJSLib::instance();
-    const SiteScript *script = scripts->matchHost(url.host());
-    if (!script)
+    // A box may only be shown by the user-interface thread.
+    PageAnalysis analysis(*CJSLib::instance(), PageAnalysis::Alert(), HttpGet::transferTimeout);
+    VideoInfo found;
+    if (analysis.read(page, &found) != PageAnalysis::Success)
         return;
-    HttpGet fetcher;
-    const QString pageText = PageAnalysis::fetch(fetcher, url);
-    if (pageText.isEmpty())
-        return;
-    const QString streamText = scripts->parsePage(page, pageText, script->path).streamText;
-    if (PageAnalysis::holdsNoVideo(streamText))
-        return;
-    const QVector<VideoStream> streams = PageAnalysis::splitStreams(streamText);
-    if (streams.isEmpty())
-        return;
-    const int best = OutputProfileManager::instance()->matchQuality(streams, quality_index);
-    const QString address = streams.at(best).videoAddress;
+    const int best = OutputProfileManager::instance()->matchQuality(found.streams, quality_index);
+    const QString address = found.streams.at(best).videoAddress;
     const QString old = video_url;
     if (address == old)
         return;

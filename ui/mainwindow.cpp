@@ -36,7 +36,7 @@ MainWindow::MainWindow(bool show, QWidget *parent, const std::function<bool()> &
     , m_layout(*m_ui)
     , m_state(m_stores->options, *this, *m_ui)
 {
-    updateScripts();
+    updateScripts(m_stores->options, m_stores->info);
     if (sessionEnds())
         return;
     buildForm();
@@ -91,7 +91,7 @@ void MainWindow::buildForm()
     const QColor themeColor = m_stores->info.themeColor;
     m_ui->listViewDownloading->init(m_stores->manager, m_stores->options, themeColor);
     m_ui->listViewFinished->init(m_stores->manager, m_stores->options, themeColor);
-    m_stores->scripts.loadScripts();
+    m_stores->scripts.loadScripts(m_stores->options.jsPath);
 }
 
 void MainWindow::makeHelpers()
@@ -104,7 +104,9 @@ void MainWindow::makeHelpers()
     m_notifications =
         std::make_unique<JobNotifications>(m_stores->manager, m_stores->options, this);
     m_newDownload =
-        std::make_unique<NewDownload>(&m_stores->manager, m_ui->listViewDownloading, this);
+        std::make_unique<NewDownload>(NewDownloadSurroundings{m_stores->options, m_stores->profiles,
+                                                              m_stores->scripts, m_stores->info},
+                                      &m_stores->manager, m_ui->listViewDownloading, this);
 }
 
 void MainWindow::connectForm()

@@ -1,13 +1,14 @@
 #include "newdownload.h"
 
-#include "dlgnewdownload.h"
 #include "downloadermanager.h"
 #include "logfile.h"
 #include "texts.h"
 #include "trace.h"
 
-NewDownload::NewDownload(DownloaderManager *manager, JobView *downloadList, QWidget *window)
-    : m_manager(manager)
+NewDownload::NewDownload(const NewDownloadSurroundings &surroundings, DownloaderManager *manager,
+                         JobView *downloadList, QWidget *window)
+    : m_surroundings(surroundings)
+    , m_manager(manager)
     , m_downloadList(downloadList)
     , m_window(window)
 {
@@ -18,7 +19,7 @@ void NewDownload::run(const QString &url)
     if (m_open)
         return;
     m_open = true;
-    DlgNewDownload dialog(url, m_window);
+    DlgNewDownload dialog(url, m_surroundings, m_window);
     dialog.activateWindow();
     const bool accepted = dialog.exec() == QDialog::Accepted;
     m_open = false;

@@ -1,17 +1,19 @@
 #pragma once
 
+#include "dlgnewdownload.h"
+
 #include <QString>
 
 class DownloaderManager;
 class JobView;
 class QWidget;
-struct VideoInfo;
 
 // Runs the dialog for a new download and makes a job of what comes of it.
 class NewDownload final
 {
 public:
-    NewDownload(DownloaderManager *manager, JobView *downloadList, QWidget *window);
+    NewDownload(const NewDownloadSurroundings &surroundings, DownloaderManager *manager,
+                JobView *downloadList, QWidget *window);
 
     bool isOpen() const { return m_open; }
     void run(const QString &url); // modal; does nothing while the dialog is already open
@@ -19,6 +21,7 @@ public:
 private:
     void addJob(VideoInfo info);
 
+    const NewDownloadSurroundings m_surroundings;
     DownloaderManager *m_manager;
     JobView *m_downloadList;
     QWidget *m_window;

@@ -20,9 +20,9 @@ static void report(QMessageBox::Icon icon, const char *text, const QString &logT
     LogFile::instance()->write(QStringLiteral("Failed:"), logText);
 }
 
-void updateScripts()
+void updateScripts(Options &options, const AppInfo &info)
 {
-    QDlgUpdate dialog;
+    QDlgUpdate dialog(options, info.profileListUrl);
     if (const QScreen *screen = QGuiApplication::primaryScreen())
         dialog.move(screen->availableGeometry().center() - dialog.rect().center());
     dialog.exec();

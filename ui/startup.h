@@ -11,7 +11,7 @@ class WebDatabase;
 // User-interface thread.
 
 // Runs the update of the site scripts; the program starts whatever comes of it.
-void updateScripts();
+void updateScripts(Options &options, const AppInfo &info);
 
 // The process-wide objects that the window stands on, made and unmade in one place.
 class Stores final

@@ -11,6 +11,7 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
 
@@ -23,7 +24,12 @@ static const QByteArray profiles =
 // The dialog and its parts as a person finds them.
 struct Form
 {
-    DlgNewDownload dialog{QString()};
+    explicit Form(const NewDownloadSurroundings &surroundings)
+        : dialog(QString(), surroundings)
+    {
+    }
+
+    DlgNewDownload dialog;
     QLineEdit *address = dialog.findChild<QLineEdit *>();
     QLabel *message = dialog.findChild<QLabel *>("label_4"_q);
     QComboBox *quality = dialog.findChild<QComboBox *>("comboBox"_q);
@@ -31,7 +37,8 @@ struct Form
     QPushButton *ok = dialog.findChild<QPushButton *>();
 };
 
-// From an address to the streams of its page. The site's script hands over the page as it is.
+// From an address to the streams of its page. The site's script hands over the page as it is, or
+// does what the page says.
 class TestNewDownload final : public QObject
 {
     Q_OBJECT
@@ -40,20 +47,21 @@ public:
     explicit TestNewDownload(Sandbox &sandbox)
         : m_sandbox(sandbox)
     {
+        m_sandbox.loadOptions(true);
     }
 
 private slots:
     void initTestCase()
     {
-        m_sandbox.loadOptions(true);
-        AppInfo::instance()->supportedHosts = QStringList("127.0.0.1"_q);
-        QVERIFY(writeFile(m_sandbox.scriptFolder() + "127.0.0.1"_q, "strWebBuffer.toString()"));
-        CJSLib::instance()->loadScripts();
+        m_info.supportedHosts = QStringList("127.0.0.1"_q);
+        QVERIFY(writeFile(m_sandbox.scriptFolder() + "127.0.0.1"_q,
+                          "var p = strWebBuffer.toString(); p.indexOf('run:') ? p : eval(p)"));
+        m_scripts.loadScripts(m_sandbox.scriptFolder());
         QVERIFY(writeFile(m_sandbox.path("Profiles.xml"_q), profiles));
         QVERIFY(m_server.listen());
-        Options::instance()->sourceQuality = 1;
-        Options::instance()->outputFormat = 9; // is not there
-        QVERIFY(OutputProfileManager::instance()->load(m_sandbox.path("Profiles.xml"_q)));
+        m_options.sourceQuality = 1;
+        m_options.outputFormat = 9; // is not there
+        QVERIFY(m_profiles.load(m_sandbox.path("Profiles.xml"_q)));
     }
 
     void showsAMessage()
@@ -75,7 +83,7 @@ private slots:
         };
         for (const auto &row : cases) {
             m_server.clearRequests();
-            Form form;
+            Form form(m_surroundings);
             form.dialog.show();
             QVERIFY(QTest::qWaitForWindowActive(&form.dialog));
             QTest::keyClicks(form.address, row.typed);
@@ -92,51 +100,92 @@ private slots:
     void takesTheStreamsOfThePage()
     {
         const QByteArray page = "2x2$9$$mp4|u||a|b||1$2$3$4$5|u||1$2$3$4|u|v||"
-                                "1x1$9$$flv|http://v$||||2x2$9$$mp4|http://u";
+                                "1x1$9$$flv\r\n|http://v$||||2x2$9$$mp4|http://u";
         const HttpResponse empty = HttpResponse::text("");
         m_server.setResponses("/w1/watch", {empty, empty, empty, empty, HttpResponse::text(page)});
         const QString url = m_server.url("/w1/watch"_q).mid(7); // without a scheme
-        const Form form;
+        const Form form(m_surroundings);
         QCOMPARE(form.quality->currentText() + form.format->currentText(), "High"_q);
         form.address->setText(" "_q + QString(url).insert(9, QLatin1Char(' ')));
         form.quality->setCurrentText("Low"_q);
         form.format->setCurrentText("Phone"_q);
         form.ok->click();
         QCOMPARE(form.dialog.result(), int(QDialog::Accepted));
-        QCOMPARE(Options::instance()->sourceQuality, 0);
-        QCOMPARE(Options::instance()->outputFormat, 7);
+        QCOMPARE(m_options.sourceQuality, 0);
+        QCOMPARE(m_options.outputFormat, 7);
         const VideoInfo info = form.dialog.videoInfo();
         QCOMPARE(info.pageUrl, url);
         QCOMPARE(info.streams.size(), 2); // the last is the first again
         QCOMPARE(info.streams.at(1).videoAddress, "http://v$"_q);
         QCOMPARE(info.selectedStream, 1);
-        QCOMPARE(m_sandbox.logLines().last(), "Select: 1x1  flv"_q);
+        QCOMPARE(m_sandbox.logLines().last(), "Select: 1x1  flv  "_q); // a line of the log is one
     }
 
+    // While the page is on its way, and while its script runs for ever.
     void closedOrDeletedDuringTheAnalysis()
     {
-        for (bool deleted : {false, true}) {
-            m_server.clearRequests();
-            QPointer<DlgNewDownload> dialog(new DlgNewDownload(m_server.url("/silent"_q)));
-            QSignalSpy accepted(dialog, &QDialog::accepted);
-            m_server.setHandler("/silent", [&](const HttpRequest &) {
-                QMetaObject::invokeMethod(dialog,
-                                          [&] { deleted ? delete dialog : dialog->reject(); });
-                HttpResponse silent;
-                silent.stallBeforeHeaders = true;
-                return silent;
-            });
-            dialog->onDownload(); // returns when the analysis is over
-            QCOMPARE(dialog.isNull(), deleted);
-            QCOMPARE(accepted.size(), 0);
-            QCOMPARE(m_server.requests().size(), 1);
-            delete dialog;
+        HttpResponse silent;
+        silent.stallBeforeHeaders = true;
+        const HttpResponse endless =
+            HttpResponse::text("run: while (true) { try { while (true) {} } catch (e) {} }");
+        for (const HttpResponse &answer : {silent, endless}) {
+            for (const bool deleted : {false, true}) {
+                m_server.clearRequests();
+                m_server.setResponse("/page", answer);
+                QPointer<DlgNewDownload> dialog(
+                    new DlgNewDownload(m_server.url("/page"_q), m_surroundings));
+                QSignalSpy accepted(dialog, &QDialog::accepted);
+                int looks = 0;
+                QTimer person; // the window answers all the time
+                connect(&person, &QTimer::timeout, this, [&] {
+                    if (m_server.requests().isEmpty() || ++looks < 10 || !dialog)
+                        return;
+                    dialog->onDownload(); // a second analysis cannot start
+                    deleted ? delete dialog : dialog->reject();
+                });
+                person.start(20);
+                dialog->onDownload(); // returns when the analysis is over
+                QCOMPARE(dialog.isNull(), deleted);
+                QCOMPARE(accepted.size(), 0);
+                QCOMPARE(m_server.requests().size(), 1);
+                const QString last = m_sandbox.logLines().last();
+                QVERIFY2(last.startsWith("Parse page:"_q) || last.startsWith("Read page:"_q),
+                         qPrintable(last)); // nothing failed
+                delete dialog;
+            }
         }
+    }
+
+    void programEndsDuringAScript()
+    {
+        m_server.setResponse("/page", HttpResponse::text("run: while (true) {}"));
+        DlgNewDownload dialog(m_server.url("/page"_q), m_surroundings);
+        QTimer::singleShot(0, &dialog, &DlgNewDownload::onDownload);
+        QTimer::singleShot(200, &dialog, &QCoreApplication::quit);
+        QCOMPARE(QApplication::exec(), 0);
+        QVERIFY(m_sandbox.logLines().last().startsWith("Read page:"_q));
+    }
+
+    void alertShowsWhatItSays()
+    {
+        m_server.setResponse("/page", HttpResponse::text("run: alert('<b>a</b>') + '$Error'"));
+        DlgNewDownload dialog(m_server.url("/page"_q), m_surroundings);
+        QString shown;
+        QTimer person;
+        connect(&person, &QTimer::timeout, this, [&] {
+            if (const auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+                shown = box->textFormat() == Qt::PlainText ? box->text() : QString();
+                dialog.reject(); // closes it too
+            }
+        });
+        person.start(20);
+        dialog.onDownload();
+        QCOMPARE(shown, "<b>a</b>"_q);
     }
 
     void pastesOncePerEntry()
     {
-        Form form;
+        Form form(m_surroundings);
         const auto leave = [&form] {
             QEvent event(QEvent::Leave);
             QApplication::sendEvent(&form.dialog, &event);
@@ -160,6 +209,11 @@ private slots:
 private:
     Sandbox &m_sandbox;
     HttpServer m_server;
+    AppInfo m_info;
+    Options m_options;
+    OutputProfileManager m_profiles{m_options};
+    CJSLib m_scripts;
+    const NewDownloadSurroundings m_surroundings{m_options, m_profiles, m_scripts, m_info};
 };
 
 REELKEEPER_TEST_MAIN(TestNewDownload)

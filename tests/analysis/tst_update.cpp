@@ -1,4 +1,3 @@
-#include "appinfo.h"
 #include "dlgupdate.h"
 #include "httpserver.h"
 #include "literals.h"
@@ -20,50 +19,53 @@ public:
     explicit TestUpdate(Sandbox &sandbox)
         : m_sandbox(sandbox)
     {
+        m_sandbox.loadOptions(true);
+        m_options.load();
     }
 
 private slots:
     void init()
     {
-        m_sandbox.loadOptions(true);
-        Options::instance()->jsVersion = installedVersion;
+        m_options.jsVersion = installedVersion;
         QVERIFY(QDir(m_sandbox.scriptFolder()).removeRecursively());
         QVERIFY(writeFile(file("site.a"), "old a"));
         QVERIFY(writeFile(file("site.b"), "old b"));
         m_server = std::make_unique<HttpServer>();
         QVERIFY(m_server->listen());
-        m_server->setResponse("/js/site.a", HttpResponse::text("new a"));
-        m_server->setResponse("/js/site.b", HttpResponse::text("new b"));
-        AppInfo::instance()->profileListUrl = m_server->url(QString::fromLatin1(manifestPath));
+        for (const char *name : {"a", "b", "c"})
+            m_server->setResponse(QByteArray("/js/site.") + name,
+                                  HttpResponse::text(QByteArray("new ") + name));
     }
 
     void check()
     {
-        const char noManifest[] = "downlaod failed.";
+        const char noManifest[] = "Profile.xml downlaod failed.";
         const char noScripts[] = "download js to";
+        const char old[] = "old a,old b";
         const struct
         {
             int version;
             const char *secondName;
             QByteArray cut; // the path whose answer breaks off
-            bool accepted;
             const char *log;
+            const char *why;     // end of the line that follows a failure
             const char *scripts; // contents afterwards
         } cases[] = {
-            {101, "site .b", "", true, "new version(101)", "new a,new b"},
-            {99, "site.b", "", true, "new version(99)", "new a,new b"},
-            {100, "site.b", "", true, "(100) same as server", "old a,old b"},
-            {-1, "site.b", "", false, noManifest, "old a,old b"},
-            {101, "../site.b", "", false, noManifest, "old a,old b"},
-            {101, "js/. ./../site.b", "", false, noManifest, "old a,old b"},
-            {101, "/tmp/site.b", "", false, noManifest, "old a,old b"},
-            {101, "..\\site.b", "", false, noManifest, "old a,old b"},
-            {101, "'not well-formed", "", false, noManifest, "old a,old b"},
-            {101, "site.b'/></domain><domain name='empty'><f des='", "", false, noManifest,
-             "old a,old b"},
-            {101, "site.b", manifestPath, false, noManifest, "old a,old b"},
-            {101, "site.b", "/js/site.b", false, noScripts, "new a,old b"},
-            {101, "site.c", "", false, noScripts, "new a,old b"},
+            {101, "site .b", "", "new version(101)", nullptr, "new a,new b"},
+            {99, "site.b", "", "new version(99)", nullptr, "new a,new b"},
+            {-4, "site.b", "", "new version(-4)", nullptr, "new a,new b"},
+            {100, "site.b", "", "(100) same as server", nullptr, old},
+            {100, "site.c", "", "new version(100)", nullptr, "new a,old b"}, // not there yet
+            {101, "../site.b", "", noManifest, "Profile.xml\", code -6.", old},
+            {101, "js/. ./../site.b", "", noManifest, "Profile.xml\", code -6.", old},
+            {101, "/tmp/site.b", "", noManifest, "Profile.xml\", code -6.", old},
+            {101, "..\\site.b", "", noManifest, "Profile.xml\", code -6.", old},
+            {101, "'not well-formed", "", noManifest, "Profile.xml\", code -2.", old},
+            {101, "site.b'/></domain><domain name='empty'><f des='", "", noManifest,
+             "Profile.xml\", code -4.", old},
+            {101, "site.b", manifestPath, noManifest, "/reelkeeper/Profile.xml\", code 2.", old},
+            {101, "site.b", "/js/site.b", noScripts, "/js/site.b\", code 2.", "new a,old b"},
+            {101, "site.d", "", noScripts, "/js/site.d\", code 203.", "new a,old b"},
         };
         for (const auto &row : cases) {
             init();
@@ -78,11 +80,18 @@ private slots:
             cut.cutAfter = 9;
             if (!row.cut.isEmpty())
                 m_server->setResponse(row.cut, cut);
-            QDlgUpdate dialog;
-            QCOMPARE(dialog.exec() == QDialog::Accepted, row.accepted);
-            const QString log = m_sandbox.logLines().last();
-            QVERIFY(log.startsWith("Check update:"_q) && log.contains(QLatin1String(row.log)));
-            QCOMPARE(Options::instance()->jsVersion, row.accepted ? row.version : installedVersion);
+            QDlgUpdate dialog(m_options, manifestAddress());
+            QCOMPARE(dialog.exec() == QDialog::Accepted, !row.why);
+            QStringList log = m_sandbox.logLines();
+            if (row.why) {
+                const QString why = log.takeLast();
+                QVERIFY2(why.startsWith("Check update:file \""_q) &&
+                             why.endsWith(QLatin1String(row.why)),
+                         qPrintable(why));
+            }
+            QVERIFY(log.last().startsWith("Check update:"_q) &&
+                    log.last().contains(QLatin1String(row.log)));
+            QCOMPARE(m_options.jsVersion, row.why ? installedVersion : row.version);
             QCOMPARE(readFile(file("site.a")) + ',' + readFile(file("site.b")), row.scripts);
             QVERIFY(!QFile::exists(file("Profile.xml")));
         }
@@ -91,7 +100,7 @@ private slots:
     void closedOrDeletedDuringTheCheck()
     {
         for (bool deleted : {false, true}) {
-            QPointer<QDlgUpdate> dialog(new QDlgUpdate);
+            QPointer<QDlgUpdate> dialog(new QDlgUpdate(m_options, manifestAddress()));
             m_server->setHandler(manifestPath, [&](const HttpRequest &) {
                 QMetaObject::invokeMethod(dialog,
                                           [&] { deleted ? delete dialog : dialog->reject(); });
@@ -99,11 +108,13 @@ private slots:
                 silent.stallBeforeHeaders = true;
                 return silent;
             });
+            const QStringList log = m_sandbox.logLines();
             QElapsedTimer waited;
             waited.start();
             QCOMPARE(dialog->exec(), int(QDialog::Rejected));
             QVERIFY(waited.elapsed() < SimpleDownload::transferTimeout);
             QCOMPARE(dialog.isNull(), deleted);
+            QCOMPARE(m_sandbox.logLines(), log); // nothing failed
             delete dialog;
         }
     }
@@ -113,10 +124,12 @@ private slots:
         HttpResponse stalled = HttpResponse::text("new bytes");
         stalled.stallAfter = 3;
         m_server->setResponse("/stalled", stalled);
+        HttpResponse slow = HttpResponse::text("new bytes");
+        slow.bytesPerSecond = 20;
+        m_server->setResponse("/slow", slow);
         const QString good = m_server->url("/js/site.a"_q);
         const auto fetch = [this](const QString &url, const char *target) {
-            SimpleDownload download;
-            download.setTransferTimeout(300);
+            SimpleDownload download(300); // without a byte
             return download.download(url, file(target));
         };
         QVERIFY(!fetch(m_server->url("/stalled"_q), "site.a"));
@@ -129,6 +142,7 @@ private slots:
         QVERIFY(QFile::remove(file("site.a_temp")));
         QVERIFY(fetch(good, "site.a"));
         QCOMPARE(readFile(file("site.a")), QByteArray("new a"));
+        QVERIFY(fetch(m_server->url("/slow"_q), "site.a"));
     }
 
 private:
@@ -137,7 +151,10 @@ private:
         return m_sandbox.scriptFolder() + QString::fromLatin1(name);
     }
 
+    QString manifestAddress() const { return m_server->url(QString::fromLatin1(manifestPath)); }
+
     Sandbox &m_sandbox;
+    Options m_options;
     std::unique_ptr<HttpServer> m_server;
 };
 

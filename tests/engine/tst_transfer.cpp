@@ -364,7 +364,7 @@ private slots:
         OutputProfileManager::instance();
         const QByteArray record = "640x360$61$$mp4|" + m_site.server.url("/new"_q).toUtf8();
         QVERIFY(writeFile(m_sandbox.scriptFolder() + "127.0.0.1"_q, "'" + record + "'"));
-        CJSLib::instance()->loadScripts();
+        CJSLib::instance()->loadScripts(m_sandbox.scriptFolder());
         m_site.server.setResponse("/new", EngineFixture::stream(size));
         const auto job = m_site.newJob();
         job->record.download_time = dayOfYear() == 1 ? 2 : 1;
