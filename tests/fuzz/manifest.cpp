@@ -4,7 +4,7 @@
 void fuzz(const QByteArray &input)
 {
     SiteProfile profile;
-    if (profile.load(asFile(input)) < 0)
+    if (profile.read(input) != SiteProfile::NoError)
         return;
     for (const SiteDomain &domain : profile.domains) {
         for (const ScriptFileEntry &entry : domain.files)
