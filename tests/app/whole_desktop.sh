@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # A day with the program on a desktop that has a tray: a conversion chosen by keyboard, balloons,
 # hiding and coming back, renaming, deleting, the exit question and the next start. The first run
-# meets a tray of embedded windows, the second one that speaks over the bus, with notifications.
+# meets a tray of embedded windows, the second one that speaks over the bus, with notifications;
+# both trays come after the program.
 #   whole_desktop.sh BIN-FOLDER TRAY-HOST
 set -euo pipefail
 bin=$1 tray_host=$2
@@ -48,10 +49,11 @@ download_as() { # BEGIN-OF-FORMAT ADDRESS
     xdotool key Return
 }
 
-say "A format chosen by keyboard converts, and a balloon says when it is done"
-trayer --edge bottom --align right --widthtype request --height 24 >"$scratch/trayer.log" 2>&1 &
+say "A tray that comes late is used; a format chosen by keyboard converts, and a balloon says so"
 start_program
 window_shown
+trayer --edge bottom --align right --widthtype request --height 24 >"$scratch/trayer.log" 2>&1 &
+tray=$!
 wait_until 10 "the tray icon" tray_icon || die "no icon in the tray"
 download_as AVI "http://$site/watch?v=several-sizes"
 wait_until 30 "the balloon" popup || die "no balloon for the finished video"
@@ -122,12 +124,13 @@ printf '[all]\nsummary = "*"\nscript = %s\n' "$scratch/notified" >"$scratch/duns
 printf '#!/bin/sh\nprintf "%%s: %%s\\n" "$2" "$3" >>%s\n' "$scratch/notes" >"$scratch/notified"
 chmod +x "$scratch/notified"
 dunst -conf "$scratch/dunstrc" >"$scratch/dunst.log" 2>&1 &
-"$tray_host" >"$scratch/tray" &
-wait_until 10 "the tray" grep -q ready "$scratch/tray" || die "no tray on the bus"
+kill "$tray"
 bytes=$(partial)
 start_program -hide
-wait_until 20 "the tray icon" grep -q icon "$scratch/tray" || die "no icon in the bus's tray"
 wait_until 20 "more bytes" partial_has $((bytes + 100000)) || die "the download did not go on"
+"$tray_host" >"$scratch/tray" &
+children+=($!)
+wait_until 20 "the tray icon" grep -q icon "$scratch/tray" || die "no icon in the bus's tray"
 ! window_named "$title" || die "-hide showed the window"
 icon() { # METHOD ARGUMENTS...: of the icon on the bus
     local method=$1

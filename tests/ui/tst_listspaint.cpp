@@ -42,7 +42,7 @@ static QRect ink(const QImage &image, const QColor &ground = White)
     return result;
 }
 
-// What the lists show of a job: the texts, and what the delegates make of them pixel by pixel.
+// What the lists show of a job: the texts, and what the delegates make of them.
 class TestListsPaint final : public QObject
 {
     Q_OBJECT
@@ -91,30 +91,27 @@ private slots:
         }
         for (const char *bad : {"1 4 12 0 9", "1 0.009 12 4", "1 nan 12 0", ""})
             QVERIFY2(ink(paint(3, QLatin1String(bad))).isNull(), bad);
+        QCOMPARE(spokenProgress("15.5 10 0 0"_q), "100%, Time left:00:00"_q);
     }
 
     void barIsFilledToTheShareDone()
     {
-        const QMap<const char *, int> cases{{"1048576 4194304 12 0", 50},
-                                            {"0 4194304 -1 1", 0},
-                                            {"999 1000 0 2", 199},
-                                            {"15.5 10 0 0", 200},
-                                            {"-5 10 -1 0", 0}};
-        const QColor frame(220, 222, 226);
-        // The last row of the upper and the first of the lower band: ground, then fill.
-        const QMap<int, QPair<QColor, QColor>> rows{{11, {{244, 244, 246}, {138, 191, 239}}},
-                                                    {12, {{224, 225, 227}, {115, 175, 219}}}};
-        for (auto row = cases.begin(); row != cases.end(); ++row) {
-            const QImage image = paint(3, QLatin1String(row.key()));
-            QCOMPARE(ink(image.copy(0, 0, Width, 17)), QRect(5, 8, 200, 8));
-            QCOMPARE(image.pixelColor(100, 8), frame);
-            QCOMPARE(image.pixelColor(100, 15), frame);
-            for (auto band = rows.begin(); band != rows.end(); ++band) {
-                for (int x = 5; x <= 204; ++x) {
-                    const QColor ground = x == 5 || x == 204 ? frame : band->first;
-                    QCOMPARE(image.pixelColor(x, band.key()), x < 5 + *row ? band->second : ground);
-                }
-            }
+        static const struct
+        {
+            const char *data;
+            int filled; // pixels
+        } cases[] = {{"1048576 4194304 12 0", 50},
+                     {"999 1000 0 2", 199},
+                     {"15.5 10 0 0", 200},
+                     {"-5 10 -1 0", 0}};
+        const QImage empty = paint(3, "0 10 -1 1"_q);
+        QCOMPARE(ink(empty.copy(0, 0, Width, 17)), QRect(5, 8, 200, 8));
+        for (const auto &row : cases) {
+            const QImage image = paint(3, QLatin1String(row.data));
+            int filled = 0;
+            for (int x = 0; x < Width; ++x)
+                filled += image.pixel(x, 12) != empty.pixel(x, 12) ? 1 : 0;
+            QCOMPARE(filled, row.filled);
         }
     }
 
@@ -125,24 +122,18 @@ private slots:
             const QImage lowerHalf = paint(3, "1 4 12 0"_q, selected).copy(0, 19, Width, 21);
             const QRect caption = ink(lowerHalf, ground);
             QVERIFY(caption.width() > 50 && caption.left() >= 5);
-            const QRgb pen = QColor(selected ? Qt::white : Qt::black).rgb();
-            int solid = 0;
-            for (int x = 0; x < Width; ++x) {
-                for (int y = 0; y < lowerHalf.height(); ++y)
-                    solid += qAbs(qGray(lowerHalf.pixel(x, y)) - qGray(pen)) < 40 ? 1 : 0;
-            }
-            QVERIFY(solid > 10);
+            int contrast = 0;
+            for (int x = 0; x < Width; ++x)
+                contrast = qMax(contrast, qAbs(qGray(lowerHalf.pixel(x, 8)) - qGray(ground.rgb())));
+            QVERIFY(contrast > 150);
         }
     }
 
     void failureReplacesTheBar()
     {
-        const QImage image = paint(3, "1 4 12 4"_q);
-        const QRect word = ink(image);
+        const QRect word = ink(paint(3, "1 4 12 4"_q));
         QVERIFY(word.width() > 20 && word.width() < 60);
         QVERIFY(qAbs(word.center().x() - Width / 2) < 3 && qAbs(word.center().y() - 20) < 4);
-        for (int x = word.left(); x <= word.right(); ++x)
-            QCOMPARE(image.pixelColor(x, Height / 2).red(), 255); // any mixture of red and white
     }
 
     void titleStaysLeftAndEndsInDots()

@@ -7,6 +7,7 @@
 #include "exitcontrol.h"
 #include "httpserver.h"
 #include "jobnotifications.h"
+#include "linklable.h"
 #include "literals.h"
 #include "mainwindow.h"
 #include "modaldriver.h"
@@ -158,20 +159,23 @@ private slots:
     {
         static const struct
         {
+            bool asks;
             JobState state;
             const char *button;
             int questions;
             bool ends;
             bool asksLater; // the box is checked every time
         } cases[] = {
-            {JobState::Stopped, "btnCancel", 1, false, true},
-            {JobState::Stopped, "btnExit", 1, true, false},
-            {JobState::Errored, "", 0, true, true},
+            {true, JobState::Stopped, "btnCancel", 1, false, true},
+            {true, JobState::Stopped, "btnExit", 1, true, false},
+            {false, JobState::Stopped, "", 0, true, false},
+            {true, JobState::Errored, "", 0, true, true},
         };
         for (const auto &row : cases) {
             init();
             storeJobs({row.state});
             MainWindow window(false);
+            Options::instance()->queryOnExit = row.asks;
             const ModalDriver person("DlgExit", [&row](QWidget *dialog) {
                 dialog->findChild<QCheckBox *>("boxAskAgain"_q)->setChecked(true);
                 ModalDriver::press(QString::fromLatin1(row.button))(dialog);
@@ -215,6 +219,30 @@ private slots:
         QCOMPARE(window.size(), QSize(640, 480));
     }
 
+    void sessionThatEndsDuringTheStartEndsIt()
+    {
+        storeJobs({JobState::Start});
+        const MainWindow window(true, nullptr, [] { return true; });
+        QVERIFY(!window.isVisible());
+        QVERIFY(!DownloaderManager::instance()->findJob(1));
+    }
+
+    void listsFollowTheWindowBehindTheOtherTab()
+    {
+        MainWindow window(true);
+        auto *finished = child<QTableWidget>(window, "listViewFinished");
+        QCOMPARE(finished->columnWidth(0), 387);
+        auto *tabs = child<QTabWidget>(window, "tabWidget");
+        const QSize size = window.size();
+        for (const int growth : {200, 0}) {
+            window.resize(size + QSize(growth, 0));
+            tabs->setCurrentWidget(finished->parentWidget());
+            QCoreApplication::processEvents();
+            QCOMPARE(finished->columnWidth(0), 387 + growth / 2);
+            tabs->setCurrentIndex(0);
+        }
+    }
+
     void startsWithoutProfilesEndWithAMessage()
     {
         QVERIFY(QFile::remove(profiles()));
@@ -243,46 +271,87 @@ private slots:
         };
         QVERIFY(!shutDown(false, "btnShutdown"_q));
         QVERIFY(!shutDown(true, "btnCancel"_q));
+        HttpJob *job = addJob(&manager, "unfinished"_q, JobState::Stopped);
+        QVERIFY(!shutDown(true, "btnShutdown"_q));
+        job->record.video_state = JobState::Errored;
         QVERIFY(shutDown(true, "btnShutdown"_q));
     }
 
-    void failedJobIsAnnounced()
+    void nothingOpensAboveTheCountdown()
+    {
+        MainWindow window(true);
+        Options::instance()->shutDownWhenAllFinished = true;
+        const QString address = "www.video.example/watch?v=1"_q;
+        QString offered;
+        const ModalDriver person("QDialog", [&](QWidget *dialog) {
+            if (auto *page = dialog->findChild<QLineEdit *>("lineEditPage"_q)) {
+                offered = page->text();
+            } else {
+                QGuiApplication::clipboard()->setText(address);
+                QVERIFY(offered.isEmpty() && QApplication::activeModalWidget() == dialog);
+                QVERIFY(!child<QPushButton>(window, "btnSettings")->isEnabled());
+                QVERIFY(!trayAction(window, "S&ettings..."_q)->isEnabled());
+            }
+            dialog->close();
+        });
+        emit DownloaderManager::instance()->sigAllFinished();
+        QTRY_COMPARE(offered, address);
+        QVERIFY(child<QPushButton>(window, "btnSettings")->isEnabled());
+    }
+
+    void endOfAJobIsAnnouncedToWhoWantsIt()
     {
         DownloaderManager manager(testSurroundings());
-        auto job = manager.newJob();
-        job->record.id = 4;
-        job->record.title = "50% %1"_q;
-        job->record.video_state = JobState::Errored;
-        manager.addLoadedJob(std::move(job));
-        QString balloon;
+        const int id = addJob(&manager, "50% %1"_q, JobState::Errored)->record.id;
+        QStringList balloons;
         JobNotifications notifications(manager, *Options::instance(), nullptr);
-        connect(&notifications, &JobNotifications::balloon, this,
-                [&](const QString &title, const QString &text) { balloon = title + "|"_q + text; });
-        notifications.jobEnded(4);
-        QCOMPARE(balloon, "Download Failed|Failed to download \"50% %1\"."_q);
+        connect(
+            &notifications, &JobNotifications::balloon, this,
+            [&](const QString &title, const QString &text) { balloons += title + "|"_q + text; });
+        for (bool wanted : {true, false}) {
+            Options::instance()->notifyWhenFinished = wanted;
+            notifications.jobEnded(id);
+        }
+        QCOMPARE(balloons, QStringList{"Download Failed|Failed to download \"50% %1\"."_q});
+    }
+
+    void linkIsFollowedWhereItIsReleased()
+    {
+        LinkLable link(nullptr, "text"_q);
+        QSignalSpy followed(&link, &LinkLable::clicked);
+        QTest::mousePress(&link, Qt::LeftButton);
+        QTest::mouseRelease(&link, Qt::LeftButton, {}, QPoint(-5, 5));
+        QCOMPARE(followed.count(), 0);
+        QTest::mouseClick(&link, Qt::LeftButton);
+        QCOMPARE(followed.count(), 1);
+    }
+
+    void onlyWhatDoesNotFitIsMadeSmaller()
+    {
+        const DlgSettings dialog(*Options::instance());
+        const auto *tooLong = child<QCheckBox>(dialog, "checkBoxAuto");
+        QVERIFY(tooLong->font().pointSizeF() < 10);
+        QVERIFY(tooLong->sizeHint().width() < dialog.width() - tooLong->x());
+        QCOMPARE(child<QCheckBox>(dialog, "checkBoxNotify")->font().pointSizeF(), 10.0);
     }
 
     void folderIsChosen()
     {
         const QString missing = "Directory \"%1\" does not exist. Would you like to create it "
-                                "now?|"_q;
+                                "now?"_q;
         const struct
         {
             QString chosen;
-            const char *answer; // to the first question
-            QString boxes;
+            const char *answer;
+            QString box;
             bool taken;
         } cases[] = {
             {m_sandbox.path("new/deep"_q), "Yes", missing, true},
-            {m_sandbox.path("other"_q), "No", missing, false},
-            {m_sandbox.path("file/folder"_q), "Yes",
-             missing + "Failed to create directory \"%1\".|"_q, false},
             {"/proc"_q, "OK",
              "Cannot create files in the specified folder \"%1\". Please check if you have write "
-             "permission to the folder.|"_q,
+             "permission to the folder."_q,
              false},
         };
-        QVERIFY(writeFile(m_sandbox.path("file"_q), "x"));
         for (const auto &row : cases) {
             const QString before = Options::instance()->outputFolder;
             DlgSettings dialog(*Options::instance(), nullptr,
@@ -292,12 +361,11 @@ private slots:
                                });
             QString shown;
             const ModalDriver person("QMessageBox", [&](QWidget *box) {
-                const QString button = shown.isEmpty() ? QString::fromLatin1(row.answer) : "OK"_q;
-                shown += static_cast<QMessageBox *>(box)->text() + "|"_q;
-                ModalDriver::press(button)(box);
+                shown = static_cast<QMessageBox *>(box)->text();
+                ModalDriver::press(QString::fromLatin1(row.answer))(box);
             });
             dialog.onSelectFolder();
-            QCOMPARE(shown, QString(row.boxes).replace("%1"_q, row.chosen));
+            QCOMPARE(shown, QString(row.box).replace("%1"_q, row.chosen));
             QCOMPARE(Options::instance()->outputFolder, before);
             dialog.accept();
             QCOMPARE(Options::instance()->outputFolder, row.taken ? row.chosen + "/"_q : before);
@@ -338,20 +406,28 @@ private:
         return nullptr;
     }
 
+    HttpJob *addJob(DownloaderManager *manager, const QString &title, JobState state)
+    {
+        auto job = manager->newJob();
+        job->record.id = int(manager->jobs().size()) + 1;
+        job->record.title = title;
+        job->record.output_name = m_sandbox.path(title + ".mp4"_q);
+        job->record.video_state = state;
+        // What runs cannot go on: there is no such format any more.
+        job->record.output_format = state == JobState::Start ? 99999 : 0;
+        HttpJob *added = job.get();
+        manager->addLoadedJob(std::move(job));
+        return added;
+    }
+
     void storeJobs(const QList<JobState> &states)
     {
         QVERIFY(WebDatabase::instance()->Init());
         DownloaderManager manager(testSurroundings());
         for (const JobState state : states) {
-            auto job = manager.newJob();
-            job->record.id = int(manager.jobs().size()) + 1;
-            job->record.title = "Clip %1"_q.arg(job->record.id);
-            job->record.output_name = m_sandbox.path(job->record.title + ".mp4"_q);
+            const HttpJob *job =
+                addJob(&manager, "Clip %1"_q.arg(manager.jobs().size() + 1), state);
             QVERIFY(writeFile(job->record.output_name, "video"));
-            job->record.video_state = state;
-            // What runs cannot go on: there is no such format any more.
-            job->record.output_format = state == JobState::Start ? 99999 : 0;
-            manager.addLoadedJob(std::move(job));
         }
     }
 
