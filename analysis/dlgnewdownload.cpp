@@ -3,6 +3,7 @@
 #include "ui_dlgnewdownload.h"
 
 #include "appinfo.h"
+#include "fittexts.h"
 #include "messagebox.h"
 #include "options.h"
 #include "outputprofilemanager.h"
@@ -21,15 +22,15 @@ QString messageFor(int result)
 {
     switch (result) {
     case PageAnalysis::InvalidUrl:
-        return QStringLiteral("The URL you input is invalid.");
+        return DlgNewDownload::tr("The URL you input is invalid.");
     case PageAnalysis::NotSupported:
-        return QStringLiteral("Page not support.");
+        return DlgNewDownload::tr("Page not support.");
     case PageAnalysis::NoPage:
-        return QStringLiteral("Can not get page.");
+        return DlgNewDownload::tr("Can not get page.");
     case PageAnalysis::NoVideo:
-        return QStringLiteral("Not contain video.");
+        return DlgNewDownload::tr("Not contain video.");
     default:
-        return QStringLiteral("Download Error.");
+        return DlgNewDownload::tr("Download Error.");
     }
 }
 
@@ -69,7 +70,7 @@ int formatId(const OutputProfileManager &profiles, const QString &display)
 // What a script wants to be seen. It comes from a page: markup in it is not to be shown as such.
 void showAlert(const QDialog *dialog, const QString &text)
 {
-    QMessageBox box(QMessageBox::Warning, QStringLiteral("QAlert"), text, QMessageBox::Yes);
+    QMessageBox box(QMessageBox::Warning, DlgNewDownload::tr("QAlert"), text, QMessageBox::Yes);
     box.setTextFormat(Qt::PlainText);
     box.setAttribute(Qt::WA_QuitOnClose, false);
     QObject::connect(dialog, &QDialog::finished, &box, &QDialog::reject);
@@ -109,6 +110,7 @@ void DlgNewDownload::setUpForm()
     setFixedDialogFlags(this);
     setAttribute(Qt::WA_QuitOnClose, false);
     m_ui->label->setText(m_ui->label->text().arg(exampleAddress(m_surroundings.info)));
+    fitTexts(this);
     // A child under the mouse keeps the moves to itself, and the dialog is mostly children.
     const QList<QWidget *> children = findChildren<QWidget *>();
     for (QWidget *child : children) {
@@ -194,7 +196,7 @@ void DlgNewDownload::onDownload()
     QString address = m_ui->lineEditPage->text().trimmed();
     address.remove(QLatin1Char(' '));
     if (address.isEmpty()) {
-        showMessage(QStringLiteral("Please input a YouTube URL."));
+        showMessage(tr("Please input a YouTube URL."));
         m_ui->lineEditPage->setFocus();
         return;
     }

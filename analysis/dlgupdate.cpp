@@ -46,7 +46,7 @@ QDlgUpdate::QDlgUpdate(Options &options, const QString &manifestAddress, QWidget
     setWindowIcon(QIcon(QStringLiteral(":/png/GeneratedFiles/mainframe_mediu.png")));
     setFramelessDialogFlags(this);
     setAttribute(Qt::WA_QuitOnClose, false);
-    ShowMessage(QStringLiteral("Please wait,checking for update..."));
+    ShowMessage(tr("Please wait,checking for update..."));
     connect(this, &QDialog::finished, this, [this] { m_closed = true; });
     QTimer::singleShot(startDelay, this, &QDlgUpdate::Check);
 }
@@ -118,7 +118,7 @@ void QDlgUpdate::Check()
                    QStringLiteral("current version(%1) same as server.").arg(profile.version));
 
     if (self)
-        ShowMessage(QStringLiteral("Updating Corvane Reelkeeper..."));
+        ShowMessage(tr("Updating Corvane Reelkeeper..."));
     if (!profile.downloadScripts(directory, fetch))
         return end(false, QStringLiteral("download js to \"%1\" failed.").arg(directory));
     options.jsVersion = profile.version;

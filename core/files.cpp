@@ -3,6 +3,7 @@
 #include "platform.h"
 #include "texts.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -32,8 +33,9 @@ bool openFile(const QString &path)
 
 bool browseFolder(QWidget *parent, const QString &initialPath, QString *chosen)
 {
-    return platform::browseFolder(parent, QStringLiteral("Please select a new folder:"),
-                                  initialPath, chosen);
+    return platform::browseFolder(
+        parent, QCoreApplication::translate("browseFolder", "Please select a new folder:"),
+        initialPath, chosen);
 }
 
 bool isFolderWritable(const QString &path)
