@@ -1,5 +1,6 @@
 #include "httptask.h"
 
+#include "awaitedget.h"
 #include "contenttype.h"
 #include "cookies.h"
 #include "downloaderror.h"
@@ -163,7 +164,7 @@ void HttpTask::judgeAnswer()
     case StreamAnswer::StartOver:
         // What is here stays until an answer comes that can take its place.
         TRACE() << "start over" << m_record.video_mame.text();
-        releaseReply();
+        releaseReply(m_reply, this);
         m_resumeFrom = 0;
         sendRequest();
         break;
@@ -266,20 +267,8 @@ void HttpTask::onNetworkError(QNetworkReply::NetworkError code)
 void HttpTask::stopTransfer()
 {
     m_ended = true;
-    releaseReply();
+    releaseReply(m_reply, this);
     m_source.close();
-}
-
-void HttpTask::releaseReply()
-{
-    if (!m_reply)
-        return;
-    m_reply->disconnect(this);
-    // One that failed is not to be aborted: the network layer is still saying so.
-    if (!m_reply->isFinished() && m_reply->error() == QNetworkReply::NoError)
-        m_reply->abort();
-    m_reply->deleteLater();
-    m_reply = nullptr;
 }
 
 void HttpTask::endWell()
@@ -289,7 +278,7 @@ void HttpTask::endWell()
         return;
     }
     m_ended = true;
-    releaseReply();
+    releaseReply(m_reply, this);
     TRACE() << "emit sigFinished()";
     emit sigFinished();
 }
@@ -297,7 +286,7 @@ void HttpTask::endWell()
 void HttpTask::endWith(qint32 error)
 {
     m_ended = true;
-    releaseReply();
+    releaseReply(m_reply, this);
     m_source.close();
     emit sigError(error);
 }

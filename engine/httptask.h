@@ -55,7 +55,6 @@ private:
     void judgeAnswer();  // by its head; decides about the body, ends the attempt or asks again
     void beginSource(const QString &contentType, qint64 total);
     void storeAvailable();
-    void releaseReply();
     void endWell();
     void endWith(qint32 error);
 
