@@ -28,6 +28,7 @@ QString HttpGet::get(const QUrl &url)
             request.setRawHeader("Referer", m_referer.toUtf8());
         request.setRawHeader("User-Agent", userAgent);
         m_body.clear();
+        m_tooLarge = false;
         m_redirected = false;
         if (const QNetworkReply *reply = m_get.get(request))
             httpFinished(reply);
@@ -39,9 +40,11 @@ QString HttpGet::get(const QUrl &url)
 
 void HttpGet::takeBytes(QNetworkReply *reply)
 {
-    m_body += reply->readAll();
-    if (m_body.size() > largestPage)
+    m_tooLarge = m_tooLarge || m_body.size() + reply->bytesAvailable() > largestPage;
+    if (m_tooLarge)
         reply->abort();
+    else
+        m_body += reply->readAll();
 }
 
 void HttpGet::httpFinished(const QNetworkReply *reply)
@@ -53,7 +56,7 @@ void HttpGet::httpFinished(const QNetworkReply *reply)
     if (followRedirect(*reply))
         return;
     // A transfer that was cut short has a good status and half a page.
-    const bool whole = reply->error() == QNetworkReply::NoError && m_body.size() <= largestPage;
+    const bool whole = reply->error() == QNetworkReply::NoError && !m_tooLarge;
     if (whole && !(status.isValid() && status.toInt() >= firstErrorStatus))
         m_pageText = decodePage(m_body, m_url.toString());
 }

@@ -41,6 +41,7 @@ private:
     QUrl m_url;
     AwaitedGet m_get;
     QByteArray m_body;
+    bool m_tooLarge = false;
     QString m_referer;
     qint32 m_redirectCount = 0; // over the fetcher's whole life
     bool m_redirected = false;
