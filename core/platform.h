@@ -78,6 +78,9 @@ bool createPrivateFile(const QString &path);
 // True when the file was there and is gone. The room of a large file is given back in the
 // background. Any thread.
 bool removeFile(const QString &path);
+// Differs for any two files that exist at the same time, whatever their names; empty when there is
+// no such file. Any thread.
+QByteArray fileIdentity(const QString &path);
 bool openUrl(const QUrl &address); // with the program of its scheme
 bool openFolder(const QString &path);
 // What came of opening a file with the program of its type.

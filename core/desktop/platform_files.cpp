@@ -62,6 +62,15 @@ bool platform::openUrl(const QUrl &address)
     return startDetached(QStringLiteral("xdg-open"), {text}) || QDesktopServices::openUrl(address);
 }
 
+QByteArray platform::fileIdentity(const QString &path)
+{
+    struct stat status = {};
+    if (stat(QFile::encodeName(path).constData(), &status) != 0)
+        return {};
+    return QByteArray::number(quint64(status.st_dev)) + ':' +
+           QByteArray::number(quint64(status.st_ino));
+}
+
 bool platform::openFolder(const QString &path)
 {
     return openUrl(QUrl::fromLocalFile(path));
