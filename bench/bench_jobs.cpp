@@ -1,7 +1,7 @@
 #include "downloadermanager.h"
 #include "downloadtablewidget.h"
 #include "finishedtablewidget.h"
-#include "options.h"
+#include "joblists.h"
 #include "resources.h"
 #include "support.h"
 #include "surroundings.h"
@@ -20,23 +20,22 @@ constexpr int Finished = 10000;
 
 const QString Millisecond = QStringLiteral("ms");
 
-void measureStore(const QString &video, int count)
+void measureStore(const Sandbox &sandbox, const QString &video, int count)
 {
+    WebDatabase database(sandbox.path(QString::number(count)) + QLatin1Char('/'));
     DownloaderManager filled(testSurroundings());
     addFinishedJobs(&filled, count, video);
-    if (!WebDatabase::instance()->Init())
+    if (!database.Init())
         giveUp(QStringLiteral("no job database"));
-    const double save = medianMilliseconds([&] { WebDatabase::instance()->Save(&filled); });
+    const double save = medianMilliseconds([&] { database.Save(filled.records()); });
     QVector<double> loads;
     for (int run = 0; run < Runs; ++run) {
-        DownloaderManager loaded(testSurroundings()); // its end saves and closes the database
-        WebDatabase::instance()->Init();
-        loads += milliseconds([&] { WebDatabase::instance()->Read(&loaded); });
+        DownloaderManager loaded(testSurroundings());
+        loads += milliseconds([&] { readJobs(database, loaded); });
         if (int(loaded.jobs().size()) != count)
             giveUp(QStringLiteral("jobs are missing"));
     }
-    const qint64 size =
-        QFileInfo(Options::instance()->appDataPath() + QStringLiteral("Task.dat")).size();
+    const qint64 size = QFileInfo(database.path()).size();
     const QString what = QStringLiteral("Job store, %1 jobs: ").arg(count);
     printRow(what + QStringLiteral("save"), save, Millisecond, count == 10000 ? 150 : -1);
     printRow(what + QStringLiteral("load"), median(loads), Millisecond);
@@ -89,10 +88,10 @@ void measureLists(const QString &video)
     downloads->loadColumns();
     finished->loadColumns();
 
+    JobLists lists(*manager, *downloads, *finished);
     const QString what =
         QStringLiteral("Lists, %1 running, %2 finished: ").arg(Running).arg(Finished);
-    printRow(what + QStringLiteral("fill"),
-             milliseconds([&] { manager->fillViews(downloads, finished); }), Millisecond);
+    printRow(what + QStringLiteral("fill"), milliseconds([&] { lists.fillViews(); }), Millisecond);
     window.show();
     while (!window.windowHandle()->isExposed())
         paint();
@@ -107,7 +106,7 @@ void measureLists(const QString &video)
             job->record.download_bytes += MiB;
             job->record.changeFlags.set(ProgressChanged);
         }
-        refresh += milliseconds([&] { manager->updateViews(downloads, finished); });
+        refresh += milliseconds([&] { lists.updateViews(); });
         painted += refresh.last() + milliseconds([&] { downloads->viewport()->repaint(); });
     }
     if (paints.count < refresh.size())
@@ -148,7 +147,7 @@ int main(int argc, char **argv)
     writeFile(video, QByteArray(1000, 'v'));
 
     for (int count : {100, 1000, 10000})
-        measureStore(video, count);
+        measureStore(sandbox, video, count);
     measureLists(video);
     DownloaderManager::destroyInstance();
     return 0;

@@ -26,7 +26,7 @@ bool soakLoad(Sandbox &sandbox, int seconds, unsigned seed)
         return false;
     DownloaderManager manager(EngineFixture::surroundings());
     QObject::connect(&manager, &DownloaderManager::sigJobsChanged, &manager,
-                     [&] { WebDatabase::instance()->Save(&manager); });
+                     [&] { WebDatabase::instance()->Save(manager.records()); });
     std::mt19937 random(seed);
     QHash<int, qint64> sizes;
     const auto add = [&] {

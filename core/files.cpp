@@ -78,7 +78,7 @@ QString renamedPath(const QString &file, const QString &newBaseName)
 
 bool isValidFileName(const QString &name)
 {
-    return sanitizeFileName(name) == name;
+    return sanitizeFileName(name) == name && !name.startsWith(QLatin1Char('.'));
 }
 
 QString sanitizeFileName(const QString &name)
@@ -89,6 +89,14 @@ QString sanitizeFileName(const QString &name)
             character = QLatin1Char('_');
     }
     return result;
+}
+
+QString nameFromTitle(const QString &title)
+{
+    QString name = sanitizeFileName(title);
+    for (int i = 0; i < name.size() && name.at(i) == QLatin1Char('.'); ++i)
+        name[i] = QLatin1Char('_');
+    return name.trimmed().isEmpty() ? QStringLiteral("video") : name;
 }
 
 void ensureTrailingSeparator(QString &path)

@@ -18,9 +18,12 @@ qint64 fileSize(const QString &path);       // bytes; 0 when the file cannot be 
 QString absolutePathOf(const QString &file); // the folder of a file, without separator at the end
 QString suffixOf(const QString &file);       // the extension without the dot
 QString renamedPath(const QString &file, const QString &newBaseName);
-// False when the name holds one of the 11 characters that are forbidden in file names.
+// False when the name holds one of the 11 characters that are forbidden in file names, or would
+// hide the file.
 bool isValidFileName(const QString &name);
 QString sanitizeFileName(const QString &name); // each of them replaced by "_"
+// What a file may be called after a title: sanitised, never hidden, never empty.
+QString nameFromTitle(const QString &title);
 void ensureTrailingSeparator(QString &path);
 // The longest beginning of baseName, cut at a character boundary, for which
 // baseName + suffix still fits the file system's limit of 255 bytes for one name.

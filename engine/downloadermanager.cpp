@@ -4,9 +4,14 @@
 #include "instance.h"
 #include "options.h"
 #include "outputprofilemanager.h"
-#include "webdatabase.h"
 
-#include <QSqlQuery>
+#include <utility>
+
+static bool hasEnded(const HttpJob &job)
+{
+    const JobState state = job.record.video_state;
+    return state == JobState::Finished || state == JobState::Errored;
+}
 
 DownloaderManager::DownloaderManager(const JobSurroundings &surroundings)
     : m_surroundings(surroundings)
@@ -18,14 +23,7 @@ DownloaderManager::DownloaderManager(const JobSurroundings &surroundings)
 
 DownloaderManager::~DownloaderManager()
 {
-    for (const auto &job : m_jobs) {
-        const JobState state = job->record.video_state;
-        if (state != JobState::Finished && state != JobState::Errored)
-            job->stop();
-    }
-    // A failure is in the log; there is nobody left to tell.
-    WebDatabase::instance()->Save(this, WebDatabase::thoroughPatience);
-    WebDatabase::destroyInstance();
+    stopAll();
 }
 
 DownloaderManager *DownloaderManager::instance()
@@ -39,14 +37,6 @@ void DownloaderManager::destroyInstance()
     ProcessInstance<DownloaderManager>::destroy();
 }
 
-int DownloaderManager::nextId() const
-{
-    int largest = 0;
-    for (const auto &job : m_jobs)
-        largest = qMax(largest, job->record.id);
-    return largest + 1;
-}
-
 std::unique_ptr<HttpJob> DownloaderManager::newJob() const
 {
     return std::make_unique<HttpJob>(m_surroundings);
@@ -56,8 +46,12 @@ HttpJob *DownloaderManager::registerJob(std::unique_ptr<HttpJob> job)
 {
     HttpJob *registered = job.get();
     m_jobs.push_back(std::move(job));
-    if (!m_jobOfId.contains(registered->record.id))
-        m_jobOfId.insert(registered->record.id, registered);
+    const int id = registered->record.id;
+    m_largestId = qMax(m_largestId, id);
+    if (m_jobOfId.contains(id))
+        m_laterOfId[id].append(registered);
+    else
+        m_jobOfId.insert(id, registered);
     connect(registered, &HttpJob::sigFinished, this, &DownloaderManager::onFinished);
     // A list that does not know the file's name could not go on with it after a crash.
     connect(registered, &HttpJob::sigSourceCreated, this, &DownloaderManager::noteChange);
@@ -77,6 +71,16 @@ HttpJob *DownloaderManager::addJob(const VideoInfo &info)
 void DownloaderManager::addLoadedJob(std::unique_ptr<HttpJob> job)
 {
     registerJob(std::move(job));
+}
+
+bool DownloaderManager::loadJob(
+    const std::function<bool(JobRecord &, const OutputProfileManager &)> &fill)
+{
+    auto job = newJob();
+    if (!fill(job->record, m_surroundings.profiles))
+        return false;
+    addLoadedJob(std::move(job));
+    return true;
 }
 
 HttpJob *DownloaderManager::findJob(int id) const
@@ -114,26 +118,43 @@ bool DownloaderManager::removeJob(int id, bool deleteFiles)
     HttpJob *job = m_jobOfId.value(id);
     if (!job)
         return false;
-    const JobState state = job->record.video_state;
-    if (state != JobState::Finished && state != JobState::Errored)
+    if (!hasEnded(*job))
         job->stop();
     job->remove(deleteFiles);
     job->removed = true;
+    const auto later = m_laterOfId.find(id);
+    if (later != m_laterOfId.end()) {
+        m_jobOfId.insert(id, later->takeFirst());
+        if (later->isEmpty())
+            m_laterOfId.erase(later);
+    }
     noteChange();
     return true;
 }
 
-void DownloaderManager::startAll()
+template <typename Test>
+void DownloaderManager::startEach(Test test)
 {
     m_startingMany = true;
+    m_endedMeanwhile = false;
     // By index: a job that ends at once is announced, and whoever hears it may add another.
     for (std::size_t i = 0; i < m_jobs.size(); ++i) {
         HttpJob *job = m_jobs.at(i).get();
-        if (!job->removed && job->canStart())
+        if (!job->removed && test(*job))
             job->start();
     }
     m_startingMany = false;
-    tellChanges();
+    if (m_changed.isActive())
+        tellChanges();
+    // One that ended at once was not the last as long as others were still to be started.
+    if (m_endedMeanwhile && allFinished())
+        emit sigAllFinished();
+}
+
+void DownloaderManager::startAll()
+{
+    noteChange();
+    startEach([](const HttpJob &job) { return job.canStart(); });
 }
 
 void DownloaderManager::pauseAll()
@@ -148,38 +169,34 @@ void DownloaderManager::pauseAll()
 
 void DownloaderManager::resumeRunning()
 {
-    m_startingMany = true;
-    for (std::size_t i = 0; i < m_jobs.size(); ++i) {
-        HttpJob *job = m_jobs.at(i).get();
-        if (!job->removed && job->isRunning())
-            job->start();
-    }
-    m_startingMany = false;
-    if (m_changed.isActive())
-        tellChanges();
+    startEach([](const HttpJob &job) { return job.isRunning(); });
 }
 
-bool DownloaderManager::saveAll()
+void DownloaderManager::stopAll()
 {
-    QSqlQuery query;
-    const bool prepared = query.prepare(JobRecord::insertStatement());
+    if (std::exchange(m_stopped, true))
+        return;
     for (const auto &job : m_jobs) {
-        if (job->removed)
-            continue;
-        // A failed row is logged and does not stop the others.
-        if (prepared)
-            job->record.insertRow(query);
-        else
-            job->record.insertRow();
+        if (!hasEnded(*job))
+            job->stop();
     }
-    return true;
+}
+
+std::vector<const JobRecord *> DownloaderManager::records() const
+{
+    std::vector<const JobRecord *> records;
+    records.reserve(m_jobs.size());
+    for (const auto &job : m_jobs) {
+        if (!job->removed)
+            records.push_back(&job->record);
+    }
+    return records;
 }
 
 bool DownloaderManager::allFinished() const
 {
     for (const auto &job : m_jobs) {
-        const JobState state = job->record.video_state;
-        if (!job->removed && state != JobState::Finished && state != JobState::Errored)
+        if (!job->removed && !hasEnded(*job))
             return false;
     }
     return true;
@@ -192,7 +209,9 @@ void DownloaderManager::onFinished(int nID)
     else
         tellChanges();
     emit sigFinished(nID);
-    if (allFinished())
+    if (m_startingMany)
+        m_endedMeanwhile = true;
+    else if (allFinished())
         emit sigAllFinished();
 }
 
@@ -206,30 +225,4 @@ void DownloaderManager::noteChange()
 {
     if (!m_changed.isActive())
         m_changed.start();
-}
-
-void DownloaderManager::fillViews(JobView *downloadList, JobView *finishedList)
-{
-    for (const auto &job : m_jobs) {
-        JobView *list = job->record.video_state == JobState::Finished ? finishedList : downloadList;
-        list->insertJob(job.get(), -1);
-    }
-}
-
-void DownloaderManager::updateViews(JobView *downloadList, JobView *finishedList)
-{
-    for (const auto &job : m_jobs) {
-        SharedFlags &changes = job->record.changeFlags;
-        if (job->removed || changes.value() == 0)
-            continue;
-        if (job->record.video_state != JobState::Finished) {
-            downloadList->updateJob(job.get());
-        } else if (changes.test(StateChanged)) {
-            downloadList->removeJob(job.get());
-            finishedList->insertJob(job.get(), -1);
-            changes.clear(StateChanged | ProgressChanged);
-        } else {
-            finishedList->updateJob(job.get());
-        }
-    }
 }

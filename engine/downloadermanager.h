@@ -5,22 +5,11 @@
 #include <QHash>
 #include <QObject>
 #include <QTimer>
+#include <QVector>
 
+#include <functional>
 #include <memory>
 #include <vector>
-
-// The list widgets as the manager sees them: it pushes changes into the rows and never asks what
-// they look like.
-class JobView
-{
-public:
-    virtual void insertJob(HttpJob *job, int row = -1) = 0; // -1 appends
-    virtual bool updateJob(HttpJob *job) = 0;               // false: no row of that job
-    virtual bool removeJob(HttpJob *job) = 0;
-
-protected:
-    ~JobView() = default;
-};
 
 // All jobs of the program. Owns every job for the whole run; removed jobs are only flagged.
 // User-interface thread.
@@ -31,15 +20,19 @@ class DownloaderManager final : public QObject
 
 public:
     explicit DownloaderManager(const JobSurroundings &surroundings);
-    ~DownloaderManager() override; // stops unfinished jobs and saves all
+    ~DownloaderManager() override; // stops unfinished jobs; they are to be saved before
     static DownloaderManager *instance();
     static void destroyInstance();
 
     std::unique_ptr<HttpJob> newJob() const;         // empty
     HttpJob *addJob(const VideoInfo &info);          // created and started; owned by the manager
     void addLoadedJob(std::unique_ptr<HttpJob> job); // not started
-    HttpJob *findJob(int id) const;                  // null: none that is not removed
+    // Makes a job, lets fill put what is stored of it into its record, and adds it when fill says
+    // so. The result is fill's.
+    bool loadJob(const std::function<bool(JobRecord &, const OutputProfileManager &)> &fill);
+    HttpJob *findJob(int id) const; // the first that is not removed; null: none
     const std::vector<std::unique_ptr<HttpJob>> &jobs() const { return m_jobs; }
+    std::vector<const JobRecord *> records() const; // of the jobs that are not removed, in order
 
     bool startJob(int id);
     bool pauseJob(int id);
@@ -47,15 +40,12 @@ public:
     void startAll();
     void pauseAll();
     void resumeRunning();     // starts every job whose state is Start; once after loading
-    bool saveAll();           // one row per job that is not removed; always true
+    void stopAll();           // every unfinished job ends its work and keeps its state
     bool allFinished() const; // a paused job counts as unfinished
-
-    void updateViews(JobView *downloadList, JobView *finishedList);
-    void fillViews(JobView *downloadList, JobView *finishedList);
 
 signals:
     void sigFinished(int nID);
-    void sigAllFinished();
+    void sigAllFinished(); // no job is left to end, nor about to be started
     // What is stored of the jobs differs from what was: worth a save now. At once when a job ends,
     // because its file has just got another name; otherwise once for all changes that happen before
     // the event loop runs again.
@@ -66,13 +56,19 @@ public slots:
     void noteChange(); // somebody changed a job's record himself
 
 private:
-    int nextId() const;
+    int nextId() const { return m_largestId + 1; } // never again what a removed job had
     void tellChanges();
     HttpJob *registerJob(std::unique_ptr<HttpJob> job);
+    template <typename Test>
+    void startEach(Test test);
 
     const JobSurroundings m_surroundings;
     bool m_startingMany = false;
+    bool m_endedMeanwhile = false; // a job, while many were being started
+    bool m_stopped = false;
+    int m_largestId = 0;
     QTimer m_changed; // runs from the first change until it is told
     std::vector<std::unique_ptr<HttpJob>> m_jobs;
-    QHash<int, HttpJob *> m_jobOfId; // the first of that id; every job of m_jobs
+    QHash<int, HttpJob *> m_jobOfId; // the first of that id that is not removed, else any
+    QHash<int, QVector<HttpJob *>> m_laterOfId; // a damaged list may hold an id more than once
 };

@@ -47,7 +47,7 @@ void HttpJob::init(const VideoInfo &info, int id)
     const VideoStream &stream = info.streams.at(info.selectedStream);
     TRACE() << stream.videoAddress << "Start";
     record.page = info.pageUrl;
-    record.title = sanitizeFileName(info.title);
+    record.title = nameFromTitle(info.title);
     record.id = id;
     record.video_url = decodeUrl(stream.videoAddress);
     record.video_type = stream.type;
@@ -299,7 +299,8 @@ void HttpJob::finish()
 {
     m_feed.end();
     // A file that keeps its intermediate name is still the finished video.
-    if (!record.finalizeOutput() && !QFile::exists(record.output_name)) {
+    if (!record.finalizeOutput(m_surroundings.options.deleteTempFile) &&
+        !QFile::exists(record.output_name)) {
         // Somebody took it away. The downloaded file is still there for the next start.
         writeLog("Convert:", QStringLiteral("Failed(no converted file)"));
         m_feed.stop();

@@ -14,10 +14,14 @@
 #include <QNetworkAccessManager>
 #include <QThread>
 
-HttpTask::HttpTask(JobRecord &record, const QString &outputFolder, int stallTimeout)
+#include <utility>
+
+HttpTask::HttpTask(JobRecord &record, const QString &outputFolder, int stallTimeout,
+                   std::function<void()> renewAddress)
     : m_record(record)
     , m_outputFolder(outputFolder)
     , m_stallTimeout(stallTimeout)
+    , m_renewAddress(std::move(renewAddress))
     , m_manager(new QNetworkAccessManager(this))
 {
 }
@@ -37,7 +41,7 @@ void HttpTask::startRequest()
         return;
     const bool hasCookies = !m_record.video_cookies.text().isEmpty();
     if (hasCookies && m_record.download_time != dayOfYear()) {
-        m_record.refreshVideoUrl();
+        m_renewAddress();
         if (QThread::currentThread()->isInterruptionRequested())
             return;
     }

@@ -6,6 +6,8 @@
 #include <QObject>
 #include <QString>
 
+#include <functional>
+
 class JobRecord;
 class QNetworkAccessManager;
 
@@ -18,8 +20,9 @@ class HttpTask final : public QObject
 
 public:
     // record: not owned, outlives the task. outputFolder ends with a separator. stallTimeout:
-    // milliseconds without a byte.
-    HttpTask(JobRecord &record, const QString &outputFolder, int stallTimeout);
+    // milliseconds without a byte. renewAddress is called for an address of another day.
+    HttpTask(JobRecord &record, const QString &outputFolder, int stallTimeout,
+             std::function<void()> renewAddress);
 
     bool prepareCookies(); // true when the job's page gave any
     void startRequest();
@@ -61,6 +64,7 @@ private:
     JobRecord &m_record;
     QString m_outputFolder;
     int m_stallTimeout;
+    std::function<void()> m_renewAddress;
     SourceFile m_source;
     QNetworkReply *m_reply = nullptr; // released with deleteLater
     QNetworkAccessManager *m_manager; // child

@@ -10,6 +10,8 @@ HttpThread::HttpThread(HttpJob *job, const QString &outputFolder, int stallTimeo
     , m_record(job->record)
     , m_outputFolder(outputFolder)
     , m_stallTimeout(stallTimeout)
+    , m_scripts(job->surroundings().scripts)
+    , m_profiles(job->surroundings().profiles)
 {
 }
 
@@ -42,7 +44,8 @@ void HttpThread::abandon()
 
 void HttpThread::run()
 {
-    HttpTask task(m_record, m_outputFolder, m_stallTimeout);
+    HttpTask task(m_record, m_outputFolder, m_stallTimeout,
+                  [this] { m_record.refreshVideoUrl(m_scripts, m_profiles); });
     connect(&task, &HttpTask::sigError, this, &QThread::quit);
     connect(&task, &HttpTask::sigFinished, this, &QThread::quit);
     // This object lives on the user-interface thread, hence queued to it.

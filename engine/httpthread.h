@@ -3,8 +3,10 @@
 #include <QString>
 #include <QThread>
 
+class CJSLib;
 class HttpJob;
 class JobRecord;
+class OutputProfileManager;
 
 // One transfer attempt of a job. The object lives on the user-interface thread and is a child of
 // its job; the task lives in run(). What the attempt says reaches the job through this object, so
@@ -35,4 +37,6 @@ private:
     JobRecord &m_record;
     QString m_outputFolder;
     int m_stallTimeout;
+    const CJSLib &m_scripts;
+    const OutputProfileManager &m_profiles;
 };

@@ -1,9 +1,9 @@
 #include "webdatabase.h"
 
-#include "downloadermanager.h"
 #include "files.h"
-#include "httpjob.h"
 #include "instance.h"
+#include "jobrecord.h"
+#include "jobrow.h"
 #include "logfile.h"
 #include "options.h"
 #include "trace.h"
@@ -15,61 +15,25 @@
 
 namespace {
 
-const auto tableName = QStringLiteral("video_download");
+const auto damaged = QStringLiteral("damaged");
+const auto replaced = QStringLiteral("replaced");
 
 void writeError(const QString &text)
 {
     LogFile::instance()->write(QStringLiteral("Error:"), text);
 }
 
-// The file cannot be used. It is put aside rather than deleted: a person, or a repair tool, may
-// still get something out of it, and out of the ones before it. A journal belongs to its file and
-// would spoil the next one.
-bool putAside(const QString &path)
-{
-    const auto name = [&path](int number) {
-        const QString aside = path + QStringLiteral(".damaged");
-        return number == 0 ? aside : aside + QLatin1Char('_') + QString::number(number);
-    };
-    int number = 0;
-    while (QFile::exists(name(number)))
-        ++number;
-    const QString journal = path + QStringLiteral("-journal");
-    if (QFile::exists(journal) &&
-        !QFile::rename(journal, name(number) + QStringLiteral("-journal")))
-        return false;
-    return QFile::rename(path, name(number));
-}
-
-// What SQLite says of a file that holds no database, or a broken one. Every other failure (locked,
-// no permission, full, a failing disk, no memory) may be over the next time.
-bool meansDamage(const QSqlError &error)
-{
-    constexpr int corrupt = 11;
-    constexpr int notADatabase = 26;
-    const int code = error.nativeErrorCode().toInt() & 0xff;
-    return code == corrupt || code == notADatabase;
-}
-
-// A file of another format, or a table with other columns.
-bool meansForeign(const QSqlError &error)
-{
-    constexpr int genericError = 1;
-    return error.nativeErrorCode().toInt() == genericError;
-}
-
 } // namespace
 
-WebDatabase::WebDatabase() = default;
-
-WebDatabase::~WebDatabase()
+WebDatabase::WebDatabase(const QString &folder)
+    : m_folder(folder)
+    , m_file(folder + QStringLiteral("Task.dat"))
 {
-    closeConnection();
 }
 
 WebDatabase *WebDatabase::instance()
 {
-    return ProcessInstance<WebDatabase>::get();
+    return ProcessInstance<WebDatabase>::get(Options::instance()->appDataPath());
 }
 
 void WebDatabase::destroyInstance()
@@ -79,98 +43,45 @@ void WebDatabase::destroyInstance()
 
 bool WebDatabase::Init()
 {
-    const QString folder = Options::instance()->appDataPath();
-    ensureDir(folder);
-    m_path = folder + QStringLiteral("Task.dat");
-    TRACE() << m_path;
-    LogFile::instance()->write(QStringLiteral("Database path:"), m_path);
-    m_unread = false;
-    return openOrCreate();
-}
-
-bool WebDatabase::openOrCreate()
-{
-    if (QFile::exists(m_path)) {
-        if (OpenDatabaseFile(m_path))
-            return true;
-        closeConnection();
-        if (!m_damaged || !putAside(m_path))
-            return false;
-    }
-    return CreateDatabaseFile(m_path);
-}
-
-void WebDatabase::connectTo(const QString &path)
-{
-    closeConnection();
-    m_db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
-    m_db.setDatabaseName(path);
-    m_db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(thoroughPatience));
-}
-
-void WebDatabase::closeConnection()
-{
-    if (m_db.isOpen())
-        m_db.close();
-    m_db = QSqlDatabase();
-    if (QSqlDatabase::contains())
-        QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
-}
-
-bool WebDatabase::OpenDatabaseFile(const QString &path)
-{
-    connectTo(path);
-    m_damaged = false;
-    if (!m_db.open()) {
-        LogError(QStringLiteral("OpenDatabaseFile() return false"), m_db.lastError());
-        return false;
-    }
-    // The driver opens anything, and lists no tables where it cannot read.
-    QSqlQuery look(m_db);
-    if (!look.exec(QStringLiteral("SELECT count(*) FROM sqlite_master"))) {
-        LogError(QStringLiteral("OpenDatabaseFile() return false"), look.lastError());
-        m_damaged = m_damaged || meansForeign(look.lastError());
-        return false;
-    }
-    look.finish();
-    for (const QString &name : m_db.tables(QSql::Tables)) {
-        TRACE() << "Table Name:" << name;
-        LogFile::instance()->write(QStringLiteral("Database Table name:"), name);
-        if (name == tableName)
-            return true;
-    }
-    m_damaged = true;
-    m_db.close();
-    writeError(QStringLiteral("OpenDatabaseFile() not find table."));
-    return false;
-}
-
-bool WebDatabase::CreateDatabaseFile(const QString &path)
-{
-    connectTo(path);
-    if (!m_db.open()) {
-        LogError(QStringLiteral("CreateDatabaseFile() return false"), m_db.lastError());
-        return false;
-    }
-    const bool created = QSqlQuery(m_db).exec(QStringLiteral(
-        "create table video_download(id int primary key,page varchar(1024),title varchar(256),"
-        "keyword varchar(1024),category varchar(256),video_url varchar(1024),"
-        "video_usser_agent varchar(1024),video_cookies varchar(1024),video_dimension varchar(10),"
-        "video_state int,video_type varchar(256),video_mame varchar(256),download_bytes long,"
-        "total_bytes long,duration long,output_format int,output_name  varchar(256),"
-        "output_demision varchar(10),guid varchar(256),download_time int,quality_index int,"
-        "spend_time int)"));
-    if (WriteVersion() && created)
+    ensureDir(m_folder);
+    TRACE() << path();
+    LogFile::instance()->write(QStringLiteral("Database path:"), path());
+    m_unread = true;
+    if (OpenDatabaseFile())
         return true;
+    if (m_state == FileState::Withheld)
+        return false;
+    if (m_state == FileState::Damaged && !m_file.putAside(damaged))
+        return false;
+    return CreateDatabaseFile();
+}
+
+bool WebDatabase::OpenDatabaseFile()
+{
+    m_state = m_file.open(thoroughPatience);
+    return m_state == FileState::Usable;
+}
+
+// An empty list has nothing that would have to be read.
+bool WebDatabase::CreateDatabaseFile()
+{
+    m_state = m_file.create(thoroughPatience);
+    if (m_state != FileState::Usable)
+        return false;
+    const bool created = QSqlQuery(m_file.database()).exec(JobRow::createStatement());
+    if (WriteVersion() && created) {
+        m_unread = false;
+        return true;
+    }
     // A file without its table would stand in the way of the next attempt.
-    closeConnection();
-    QFile::remove(path);
+    m_file.close();
+    QFile::remove(path());
     return false;
 }
 
 bool WebDatabase::WriteVersion()
 {
-    QSqlQuery query(m_db);
+    QSqlQuery query(m_file.database());
     if (query.exec(QStringLiteral("INSERT INTO video_download VALUES(%1,'-', '-', '-', '-', '-', "
                                   "'-', '-', '-',0,'-','-',0,0,0,0,'-','-','-',0,0,0)")
                        .arg(m_writtenVersion)))
@@ -181,42 +92,39 @@ bool WebDatabase::WriteVersion()
 
 bool WebDatabase::DeleteAll()
 {
-    QSqlQuery query(m_db);
+    QSqlQuery query(m_file.database());
     if (query.exec(QStringLiteral("DELETE FROM video_download")))
         return true;
     LogError(QStringLiteral("DeleteAll() return false"), query.lastError());
-    m_damaged = m_damaged || meansForeign(query.lastError());
+    m_state = JobListFile::judge(query.lastError(), true);
     return false;
 }
 
 void WebDatabase::LogError(const QString &message, const QSqlError &error)
 {
-    m_damaged = meansDamage(error);
+    m_state = JobListFile::judge(error);
     writeError(message + error.text());
 }
 
-bool WebDatabase::Read(DownloaderManager *manager)
+bool WebDatabase::Read(const TakeJob &takeJob)
 {
     // Until all of it is read, nothing may be written in its place.
     m_unread = true;
-    QSqlQuery query(m_db);
+    QSqlQuery query(m_file.database());
     query.setForwardOnly(true);
-    if (!query.exec(QStringLiteral(
-            "SELECT id,page,title,keyword,category,video_url,video_usser_agent,video_cookies,"
-            "video_dimension,video_state,video_type,video_mame,download_bytes,total_bytes,duration,"
-            "output_format,output_name,output_demision,guid,download_time,quality_index,spend_time "
-            "FROM video_download"))) {
+    if (!query.exec(JobRow::selectStatement())) {
         LogError(QStringLiteral("WebDatabase::Read() return false"), query.lastError());
-        m_damaged = m_damaged || meansForeign(query.lastError());
+        m_state = QFile::exists(path()) ? JobListFile::judge(query.lastError(), true)
+                                        : FileState::Missing;
         return false;
     }
     // The first row is the version row, whatever it holds.
     m_version = query.next() ? query.value(0).toInt() : 0;
+    const FillRecord fill = [&](JobRecord &record, const OutputProfileManager &profiles) {
+        return record.loadRow(query, m_version, profiles);
+    };
     while (query.next()) {
-        auto job = manager->newJob();
-        if (job->record.loadRow(query, m_version))
-            manager->addLoadedJob(std::move(job));
-        else
+        if (!takeJob(fill))
             writeError(QStringLiteral("Load Job Failed."));
     }
     // A page that cannot be read ends the rows as if there were no more of them.
@@ -228,67 +136,84 @@ bool WebDatabase::Read(DownloaderManager *manager)
     return true;
 }
 
-bool WebDatabase::Recreate()
+QString WebDatabase::asideName() const
 {
-    if (m_path.isEmpty() || !m_damaged)
-        return false;
-    closeConnection();
-    if (QFile::exists(m_path) && !putAside(m_path))
-        return false;
-    m_unread = false;
-    return CreateDatabaseFile(m_path);
+    return m_file.asideName(damaged);
 }
 
-bool WebDatabase::Save(DownloaderManager *manager, int patience)
+bool WebDatabase::Recreate()
 {
-    if (m_unread || m_path.isEmpty())
+    const bool isThere = QFile::exists(path());
+    if (isThere && m_state != FileState::Damaged)
         return false;
-    // Taken away while the program runs, or not to be made when it was needed: the list is here.
-    if (!m_db.isOpen() || !QFile::exists(m_path)) {
-        closeConnection();
-        if (!openOrCreate())
-            return false;
-    }
-    QSqlQuery(m_db).exec(QStringLiteral("PRAGMA busy_timeout=%1").arg(patience));
-    if (WriteAll(manager))
+    m_file.close();
+    if (isThere && !m_file.putAside(damaged))
+        return false;
+    return ensureDir(m_folder) && CreateDatabaseFile();
+}
+
+// The list is in memory, whatever became of its file.
+bool WebDatabase::bringBack()
+{
+    if (m_file.isInPlace())
+        return true;
+    m_file.close();
+    ensureDir(m_folder);
+    m_state = m_file.open(quickPatience);
+    if (m_state == FileState::Withheld)
+        return false;
+    // What stands there now was never read; somebody may want it.
+    if (m_state != FileState::Missing && !m_file.putAside(replaced))
+        return false;
+    return CreateDatabaseFile();
+}
+
+bool WebDatabase::Save(const Records &records, int patience)
+{
+    if (m_unread || !bringBack())
+        return false;
+    m_file.setPatience(patience);
+    if (WriteAll(records))
         return true;
     // Damage that did not show when the list was read; all of it is in memory.
-    return m_damaged && Recreate() && WriteAll(manager);
+    return m_state == FileState::Damaged && Recreate() && WriteAll(records);
 }
 
 // A row may fail for reasons of its own; rows that a broken file did not take must not be committed
 // away.
-bool WebDatabase::IsSound(const DownloaderManager *manager)
+bool WebDatabase::holds(std::size_t rows)
 {
-    int rows = 1;
-    for (const auto &job : manager->jobs())
-        rows += job->removed ? 0 : 1;
-    QSqlQuery query(m_db);
+    QSqlQuery query(m_file.database());
     if (query.exec(QStringLiteral("SELECT count(*) FROM video_download")) && query.next() &&
-        query.value(0).toInt() == rows)
+        query.value(0).toULongLong() == rows)
         return true;
     return query.exec(QStringLiteral("PRAGMA quick_check(1)")) && query.next() &&
            query.value(0).toString() == QLatin1String("ok");
 }
 
-bool WebDatabase::WriteAll(DownloaderManager *manager)
+bool WebDatabase::WriteAll(const Records &records)
 {
-    m_damaged = false;
+    QSqlDatabase database = m_file.database();
     // The rows of the last save stay unless all of the new ones are there.
-    if (!m_db.transaction()) {
-        LogError(QStringLiteral("WebDatabase::Save() return false"), m_db.lastError());
+    if (!database.transaction()) {
+        LogError(QStringLiteral("WebDatabase::Save() return false"), database.lastError());
         return false;
     }
     if (!DeleteAll() || !WriteVersion()) {
-        m_db.rollback();
+        database.rollback();
         return false;
     }
-    manager->saveAll(); // logs the rows that failed
-    const bool sound = IsSound(manager);
-    if (sound && m_db.commit())
+    QSqlQuery insertion(database);
+    insertion.prepare(JobRow::insertStatement()); // what is wrong with it, each row says
+    for (const JobRecord *record : records)
+        record->insertRow(insertion); // a row that fails is logged and does not stop the others
+    insertion = QSqlQuery();
+    const bool sound = holds(records.size() + 1);
+    if (sound && database.commit())
         return true;
-    LogError(QStringLiteral("WebDatabase::Save() return false"), m_db.lastError());
-    m_damaged = m_damaged || !sound;
-    m_db.rollback();
+    LogError(QStringLiteral("WebDatabase::Save() return false"), database.lastError());
+    if (!sound)
+        m_state = FileState::Damaged;
+    database.rollback();
     return false;
 }

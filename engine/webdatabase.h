@@ -1,50 +1,60 @@
 #pragma once
 
-#include <QSqlDatabase>
-#include <QString>
+#include "joblistfile.h"
 
-class DownloaderManager;
-class QSqlError;
+#include <functional>
+#include <vector>
+
+class JobRecord;
+class OutputProfileManager;
 
 // Keeps the job list in one SQLite file. Uses the default connection. User-interface thread.
 class WebDatabase final
 {
 public:
-    WebDatabase();
-    ~WebDatabase();
-    WebDatabase(const WebDatabase &) = delete;
-    WebDatabase &operator=(const WebDatabase &) = delete;
+    explicit WebDatabase(const QString &folder); // ends with a separator; made when it is missing
+    Q_DISABLE_COPY(WebDatabase)
     static WebDatabase *instance();
     static void destroyInstance();
+
+    // Puts the row that is being read into a record; true when the job stays in the list.
+    using FillRecord = std::function<bool(JobRecord &, const OutputProfileManager &)>;
+    // Is called for every stored job: makes one, has it filled and keeps it, or drops it (false).
+    using TakeJob = std::function<bool(const FillRecord &)>;
+    using Records = std::vector<const JobRecord *>;
 
     static constexpr int quickPatience = 500;     // while somebody works with the window
     static constexpr int thoroughPatience = 2000; // where a failure costs something
 
-    // A file that is damaged is put aside beside itself; one that cannot be read for now (locked by
-    // another program, no permission, a failing disk) is left alone, and Init and Recreate fail.
-    bool Init();                           // false: the program cannot keep jobs
-    bool Read(DownloaderManager *manager); // false only when the SELECT fails
-    bool Recreate();                       // a new, empty database in place of the file
-    // All jobs in one transaction. patience: how long another program may keep the file locked, in
-    // milliseconds; the caller waits.
-    bool Save(DownloaderManager *manager, int patience = quickPatience);
+    // A file that is damaged is put aside beside itself. One that cannot be used for now is left
+    // alone: Init and Recreate fail then, and so does Save until the list in it has been read.
+    bool Init();                       // false: the program cannot keep jobs
+    bool Read(const TakeJob &takeJob); // false only when the SELECT fails
+    bool Recreate();                   // a new, empty list in place of a damaged or lost one
+    // All jobs in one transaction, in that order; records may be left out whose row fails. A file
+    // that was taken away meanwhile is made anew, one that has taken its place put aside. patience:
+    // how long another program may keep the file locked, in milliseconds; the caller waits.
+    bool Save(const Records &records, int patience = quickPatience);
+
+    // What was wrong with the file when one of the above failed.
+    FileState state() const { return m_state; }
+    const QString &path() const { return m_file.path(); }
+    QString asideName() const; // the path that a damaged file gets next
 
 private:
-    void connectTo(const QString &path);
-    void closeConnection();
-    bool openOrCreate();
-    bool OpenDatabaseFile(const QString &path);
-    bool CreateDatabaseFile(const QString &path);
+    bool OpenDatabaseFile();
+    bool CreateDatabaseFile();
+    bool bringBack();
     bool WriteVersion();
     bool DeleteAll();
-    bool WriteAll(DownloaderManager *manager);
-    bool IsSound(const DownloaderManager *manager);
+    bool WriteAll(const Records &records);
+    bool holds(std::size_t rows);
     void LogError(const QString &message, const QSqlError &error);
 
+    const QString m_folder;
+    JobListFile m_file;
     qint32 m_writtenVersion = 0;
-    QSqlDatabase m_db;
     qint32 m_version = 0;
-    QString m_path;
-    bool m_unread = false;  // the list in the file is not, or not wholly, in memory
-    bool m_damaged = false; // what was read last is no job list, and will never be one
+    FileState m_state = FileState::Missing;
+    bool m_unread = true; // the list in the file is not, or not wholly, in memory
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "downloadermanager.h"
+#include "joblists.h"
 
 #include <QTableWidget>
 #include <QVector>

@@ -5,6 +5,7 @@
 #include "dlgabout.h"
 #include "dlgsettings.h"
 #include "downloadermanager.h"
+#include "joblists.h"
 #include "jobnotifications.h"
 #include "messagebox.h"
 #include "newdownload.h"
@@ -51,7 +52,7 @@ MainWindow::MainWindow(bool show, QWidget *parent, const std::function<bool()> &
     makeHelpers();
     connectForm();
     connectJobs();
-    m_stores->manager.fillViews(m_ui->listViewDownloading, m_ui->listViewFinished);
+    m_lists->fillViews();
     startTimers();
     m_stores->manager.resumeRunning();
     onDownloadListSelectionChanged();
@@ -101,6 +102,8 @@ void MainWindow::makeHelpers()
         ClipboardWatch::Rules{m_stores->info, m_stores->options,
                               [this] { return clipboardMoment(); },
                               [this](const QString &address) { openNewDownload(address); }});
+    m_lists = std::make_unique<JobLists>(m_stores->manager, *m_ui->listViewDownloading,
+                                         *m_ui->listViewFinished);
     m_notifications =
         std::make_unique<JobNotifications>(m_stores->manager, m_stores->options, this);
     m_newDownload =
@@ -151,6 +154,12 @@ void MainWindow::connectJobs()
             Qt::QueuedConnection);
     // A crash must not lose what was just asked for, nor what was just done.
     connect(manager, &DownloaderManager::sigJobsChanged, this, &MainWindow::saveDownloadList);
+    connect(&m_stores->saver, &JobSaver::sigSavingFails, this, [this] {
+        showTrayMessage(tr("Cannot Save"),
+                        tr("The download list cannot be saved to \"%1\". It is tried again.")
+                            .arg(m_stores->database.path()),
+                        QSystemTrayIcon::Warning);
+    });
     const JobNotifications *notifications = m_notifications.get();
     connect(notifications, &JobNotifications::balloon, this,
             [this](const QString &title, const QString &text) {
@@ -210,7 +219,7 @@ void MainWindow::openNewDownload(const QString &url)
 
 void MainWindow::updateDownloadList()
 {
-    m_stores->manager.updateViews(m_ui->listViewDownloading, m_ui->listViewFinished);
+    m_lists->updateViews();
     m_layout.showCounts(m_ui->listViewDownloading->rowCount(), m_ui->listViewFinished->rowCount());
     // A selected job may have ended by itself.
     onDownloadListSelectionChanged();
@@ -218,7 +227,7 @@ void MainWindow::updateDownloadList()
 
 void MainWindow::saveDownloadList()
 {
-    m_stores->database.Save(&m_stores->manager);
+    m_stores->saver.save();
 }
 
 void MainWindow::onStart()

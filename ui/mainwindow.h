@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 
+class JobLists;
 class JobNotifications;
 class NewDownload;
 class QTimer;
@@ -95,6 +96,7 @@ private:
 
     std::unique_ptr<Ui::MainWindow> m_ui;
     std::unique_ptr<Stores> m_stores; // what follows refers to it
+    std::unique_ptr<JobLists> m_lists;
     ExitControl m_exit;
     WindowLayout m_layout;
     WindowState m_state;

@@ -1,6 +1,7 @@
 #include "newdownload.h"
 
 #include "downloadermanager.h"
+#include "joblists.h"
 #include "logfile.h"
 #include "texts.h"
 #include "trace.h"

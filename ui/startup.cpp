@@ -10,14 +10,66 @@
 #include "outputprofilemanager.h"
 #include "webdatabase.h"
 
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QScreen>
 
-static void report(QMessageBox::Icon icon, const char *text, const QString &logText)
+static void report(QMessageBox::Icon icon, const QString &text, const QString &logText)
 {
-    showMessageBox(icon, QString(), QCoreApplication::translate("MainWindow", text),
-                   QMessageBox::Ok, QMessageBox::Ok);
+    showMessageBox(icon, QString(), text, QMessageBox::Ok, QMessageBox::Ok);
     LogFile::instance()->write(QStringLiteral("Failed:"), logText);
+}
+
+// The file is as it was; to install the program again would change nothing.
+static void reportWithheld(const WebDatabase &database, const QString &logText)
+{
+    report(QMessageBox::Critical,
+           QCoreApplication::translate(
+               "MainWindow",
+               "The download database \"%1\" is in use by another program or cannot be read "
+               "at the moment. It has not been changed. Please start again later.")
+               .arg(database.path()),
+           logText);
+}
+
+static bool readJobs(WebDatabase &database, DownloaderManager &manager)
+{
+    if (database.Read([&manager](const auto &fill) { return manager.loadJob(fill); }))
+        return true;
+    const QString logText = QStringLiteral("Read Database.");
+    switch (database.state()) {
+    case FileState::Withheld:
+        reportWithheld(database, logText);
+        return false;
+    case FileState::Missing:
+        report(QMessageBox::Warning,
+               QCoreApplication::translate(
+                   "MainWindow",
+                   "The download database has been removed while it was being read. A new "
+                   "database is going to be created."),
+               logText);
+        break;
+    default:
+        report(QMessageBox::Warning,
+               QCoreApplication::translate(
+                   "MainWindow",
+                   "Failed to read from the download database. A new database is going to "
+                   "be created and the download history will be lost.") +
+                   QStringLiteral("\n\n") +
+                   QCoreApplication::translate("MainWindow",
+                                               "The old file is kept beside it, as \"%1\".")
+                       .arg(QFileInfo(database.asideName()).fileName()),
+               logText);
+    }
+    if (database.Recreate())
+        return true;
+    report(QMessageBox::Critical,
+           QCoreApplication::translate(
+               "MainWindow",
+               "Failed to create the download database. Please reinstall the program to "
+               "solve this problem."),
+           QStringLiteral("Create Database."));
+    return false;
 }
 
 void updateScripts(Options &options, const AppInfo &info)
@@ -35,15 +87,17 @@ Stores::Stores()
     , profiles(*OutputProfileManager::instance())
     , manager(*DownloaderManager::instance())
     , database(*WebDatabase::instance())
+    , saver(manager, database)
 {
     options.load();
     if (options.enableLogging)
         LogFile::instance()->open();
 }
 
-// The manager first: its jobs work with all others.
+// The manager first of all: its jobs work with all others.
 Stores::~Stores()
 {
+    saver.saveLast();
     DownloaderManager::destroyInstance();
     WebDatabase::destroyInstance();
     OutputProfileManager::destroyInstance();
@@ -58,28 +112,24 @@ bool Stores::load()
 {
     if (!profiles.load()) {
         report(QMessageBox::Critical,
-               "Failed to load profiles. Please reinstall the program to solve this problem.",
+               QCoreApplication::translate(
+                   "MainWindow",
+                   "Failed to load profiles. Please reinstall the program to solve this "
+                   "problem."),
                QStringLiteral("Load profiles.xml"));
         return false;
     }
-    if (!database.Init()) {
-        report(QMessageBox::Critical,
-               "Failed to load the download database. Please reinstall the program to solve this "
-               "problem.",
-               QStringLiteral("Load Database."));
+    if (database.Init())
+        return readJobs(database, manager);
+    if (database.state() == FileState::Withheld) {
+        reportWithheld(database, QStringLiteral("Load Database."));
         return false;
     }
-    if (database.Read(&manager))
-        return true;
-    report(QMessageBox::Warning,
-           "Failed to read from the download database. A new database is going to be created and "
-           "the download history will be lost.",
-           QStringLiteral("Read Database."));
-    if (database.Recreate())
-        return true;
     report(QMessageBox::Critical,
-           "Failed to create the download database. Please reinstall the program to solve this "
-           "problem.",
-           QStringLiteral("Create Database."));
+           QCoreApplication::translate(
+               "MainWindow",
+               "Failed to load the download database. Please reinstall the program to solve "
+               "this problem."),
+           QStringLiteral("Load Database."));
     return false;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "jobsaver.h"
+
 class AppInfo;
 class CJSLib;
 class DownloaderManager;
@@ -17,8 +19,8 @@ void updateScripts(Options &options, const AppInfo &info);
 class Stores final
 {
 public:
-    Stores(); // with the settings loaded, the others empty
-    ~Stores();
+    Stores();  // with the settings loaded, the others empty
+    ~Stores(); // unfinished jobs are stopped, and all of them saved
     Stores(const Stores &) = delete;
     Stores &operator=(const Stores &) = delete;
 
@@ -33,4 +35,5 @@ public:
     OutputProfileManager &profiles;
     DownloaderManager &manager;
     WebDatabase &database;
+    JobSaver saver;
 };

@@ -1,14 +1,10 @@
-#include "downloadermanager.h"
 #include "enginefixture.h"
+#include "jobsaver.h"
 #include "literals.h"
-#include "options.h"
 #include "surroundings.h"
-#include "testmain.h"
-#include "webdatabase.h"
 
-#include <QSqlDatabase>
+#include <QSignalSpy>
 #include <QSqlQuery>
-#include <QVariant>
 
 class JobStoreTest final : public SandboxTest
 {
@@ -21,174 +17,224 @@ private slots:
     void init()
     {
         m_sandbox.loadOptions(true);
-        m_path = Options::instance()->appDataPath() + "Task.dat"_q;
-        QFile::remove(m_path);
-        QFile::remove(m_path + ".damaged"_q);
-        QVERIFY(WebDatabase::instance()->Init());
+        m_folder = m_sandbox.path("list/"_q);
+        m_path = m_folder + "Task.dat"_q;
+        QDir(m_folder).removeRecursively();
+        m_database = std::make_unique<WebDatabase>(m_folder);
+        QVERIFY(m_database->Init());
     }
 
-    void cleanup() { WebDatabase::destroyInstance(); }
+    void cleanup() { m_database.reset(); }
 
-    void firstStartHoldsTheVersionRowOnly()
+    // Lists of other versions are read by these names and in this order.
+    void everyFieldHasItsColumn()
     {
-        QSqlQuery query("SELECT * FROM video_download"_q);
+        QSqlQuery query("SELECT sql FROM sqlite_master WHERE name='video_download'"_q);
         QVERIFY(query.next());
-        for (int column = 0; column < 22; ++column) {
-            const QString value = query.value(column).toString();
-            QVERIFY2(value == "0"_q || value == "-"_q, qPrintable(value));
-        }
+        const QString names =
+            "id,page,title,keyword,category,video_url,video_usser_agent,video_cookies,"
+            "video_dimension,video_state,video_type,video_mame,download_bytes,total_bytes,duration,"
+            "output_format,output_name,output_demision,guid,download_time,quality_index,spend_time"_q;
+        QCOMPARE(query.value(0).toString().toLower(),
+                 "create table video_download(id int primary key,page varchar(1024),title "
+                 "varchar(256),keyword varchar(1024),category varchar(256),video_url "
+                 "varchar(1024),video_usser_agent varchar(1024),video_cookies varchar(1024),"
+                 "video_dimension varchar(10),video_state int,video_type varchar(256),video_mame "
+                 "varchar(256),download_bytes long,total_bytes long,duration long,output_format "
+                 "int,output_name  varchar(256),output_demision varchar(10),guid varchar(256),"
+                 "download_time int,quality_index int,spend_time int)"_q);
+        query.exec("SELECT * FROM video_download"_q);
+        QVERIFY(query.next());
+        QCOMPARE(query.value(0).toString() + query.value(1).toString(), "0-"_q);
         QVERIFY(!query.next());
-        DownloaderManager manager(testSurroundings());
-        QVERIFY(WebDatabase::instance()->Read(&manager));
-        QVERIFY(manager.jobs().empty());
+        query.finish();
+        QVERIFY(query.exec("INSERT INTO video_download("_q + names +
+                           ") VALUES(30,'a','b','c','d','e','f','g','h',1,'i','j',"
+                           "5000000000,6000000000,61,0,'k','l','m',42,3,4000000000)"_q));
+
+        DownloaderManager manager(EngineFixture::surroundings());
+        QVERIFY(readJobs(*m_database, manager));
+        const JobRecord &r = manager.jobs().at(0)->record;
+        const QStringList texts = {r.page,          r.title,           r.keyword,
+                                   r.category,      r.video_url,       r.video_usser_agent,
+                                   r.video_cookies, r.video_dimension, r.video_type,
+                                   r.video_mame,    r.output_name,     r.output_demision,
+                                   r.guid};
+        QCOMPARE(texts.join(QString()), "abcdefghijklm"_q);
+        const QList<qint64> numbers = {r.id,
+                                       qint64(JobState(r.video_state)),
+                                       r.download_bytes,
+                                       r.total_bytes,
+                                       r.duration,
+                                       r.output_format,
+                                       r.download_time,
+                                       r.quality_index,
+                                       r.spend_time};
+        QCOMPARE(numbers, (QList<qint64>{30, 1, 5000000000, 6000000000, 61, 0, 42, 3, 4000000000}));
+
+        QVERIFY(m_database->Save(manager.records()));
+        QVERIFY(query.exec("SELECT "_q + names + " FROM video_download"_q));
+        QVERIFY(query.next() && query.next());
+        QStringList stored;
+        for (int i = 0; i < 22; ++i)
+            stored += query.value(i).toString();
+        QCOMPARE(stored.join(QLatin1Char(' ')),
+                 "30 a b c d e   h 1 i j 5000000000 6000000000 61 0 k l m 42 3 4000000000"_q);
     }
 
     void jobsComeBackInOrder()
     {
+        const QString page = "http://www.host/watch?v='%1'&x=%2"_q;
+        const QString title = "Title %1 ünï 日本"_q;
         const QString finished = m_sandbox.path("it's done.mp4"_q);
         writeFile(finished, "x");
-        {
-            DownloaderManager manager(testSurroundings());
-            for (int i = 0; i < 4; ++i) {
-                auto job = manager.newJob();
-                JobRecord &r = job->record;
-                r.id = 30 - i; // not the order of the key
-                r.page = "http://www.host/watch?v='%1'&x=%2"_q;
-                r.title = "Title %1 ünï 日本"_q;
-                r.video_url = "http://host/a b'c"_q;
-                r.video_usser_agent = "agent"_q;
-                r.video_cookies = "cookie"_q;
-                r.video_dimension = "640x360"_q;
-                r.video_type = "video/mp4"_q;
-                r.video_state = JobState(i);
-                r.video_mame = m_sandbox.path("it's a source.mp4"_q);
-                r.download_bytes = 5000000000LL + i;
-                r.total_bytes = i == 1 ? -1 : 6000000000LL;
-                r.duration = 61;
-                r.output_format = i == 0 ? 5 : 0;
-                r.output_name = finished;
-                r.output_demision = "320x240"_q;
-                r.guid = "{G}"_q;
-                r.download_time = 42;
-                r.quality_index = 3;
-                r.spend_time = 4000000000LL;
-                manager.addLoadedJob(std::move(job));
-            }
-            auto removed = manager.newJob();
-            removed->record.id = 99;
-            removed->removed = true;
-            manager.addLoadedJob(std::move(removed));
-        } // saves
-        QVERIFY(WebDatabase::instance()->Init());
-        DownloaderManager manager(testSurroundings());
-        QVERIFY(WebDatabase::instance()->Read(&manager));
-        QCOMPARE(manager.jobs().size(), std::size_t(4));
-        for (int i = 0; i < 4; ++i) {
-            const JobRecord &r = manager.jobs().at(i)->record;
-            const QVariantList stored = {
-                r.id, r.page, r.title, r.video_url.text(), r.video_mame.text(), r.output_name};
-            QCOMPARE(stored, (QVariantList{30 - i, "http://www.host/watch?v='%1'&x=%2"_q,
-                                           "Title %1 ünï 日本"_q, "http://host/a b'c"_q,
-                                           m_sandbox.path("it's a source.mp4"_q), finished}));
-            QCOMPARE(r.video_usser_agent + r.video_cookies.text(), QString());
-            QCOMPARE(r.video_state, JobState(i));
-            QCOMPARE(qint64(r.download_bytes), 5000000000LL + i);
-            QCOMPARE(qint64(r.total_bytes), i == 1 ? -1LL : 6000000000LL);
-            // A conversion counts anew; the end of the program added what it took.
-            const qint64 spent = r.spend_time - (i == 0 ? 0 : 4000000000LL);
-            QVERIFY(spent >= 0 && spent < 60000);
-            QCOMPARE(r.quality_index, 3);
-            QCOMPARE(r.changeFlags.test(StateChanged), r.video_state != JobState::Finished);
-        }
-    }
-
-    void finishedJobWithoutItsFileIsDropped()
-    {
-        {
-            DownloaderManager manager(testSurroundings());
+        DownloaderManager manager(EngineFixture::surroundings());
+        for (int id = 30; id > 24; --id) { // not the order of the key
             auto job = manager.newJob();
-            job->record.id = 1;
-            job->record.video_state = JobState::Finished;
-            job->record.output_name = m_sandbox.path("gone.mp4"_q);
+            JobRecord &r = job->record;
+            r.id = id;
+            r.page = page;
+            r.title = title;
+            r.video_state = id == 29 ? JobState::Stopped : JobState::Finished;
+            r.output_name = id == 28 ? "/gone.mp4"_q : finished;
+            r.output_format = id == 27 ? 5 : 0;
+            r.spend_time = 1000;
+            job->removed = id == 26;
             manager.addLoadedJob(std::move(job));
         }
-        QVERIFY(WebDatabase::instance()->Init());
-        DownloaderManager manager(testSurroundings());
-        QVERIFY(WebDatabase::instance()->Read(&manager));
-        QVERIFY(manager.jobs().empty());
+        QVERIFY(m_database->Save(manager.records()));
+        DownloaderManager reader(EngineFixture::surroundings());
+        QVERIFY(readJobs(*m_database, reader));
+        QList<int> ids;
+        for (const JobRecord *r : reader.records()) {
+            ids += r->id;
+            QCOMPARE(r->page + r->title, page + title);
+            QCOMPARE(r->spend_time, r->id == 27 ? 0 : 1000); // a conversion counts anew
+            QCOMPARE(r->changeFlags.test(StateChanged), r->id == 29);
+        }
+        QCOMPARE(ids, (QList<int>{30, 29, 27, 25}));
         QVERIFY(m_sandbox.logLines().contains("Error:Load Job Failed."_q));
-    }
-
-    void unusableFilesAreReplaced_data()
-    {
-        QTest::addColumn<QByteArray>("content");
-        QTest::newRow("empty") << QByteArray("");
-        QTest::newRow("noise") << QByteArray(5000, 'x');
-        QTest::newRow("cut header") << QByteArray("SQLite format 3");
     }
 
     void unusableFilesAreReplaced()
     {
-        QFETCH(QByteArray, content);
-        WebDatabase::destroyInstance();
-        QVERIFY(writeFile(m_path, content));
-        QVERIFY(WebDatabase::instance()->Init());
-        DownloaderManager manager(testSurroundings());
-        QVERIFY(WebDatabase::instance()->Read(&manager));
-        QVERIFY(WebDatabase::instance()->Save(&manager));
-        QCOMPARE(readFile(m_path + ".damaged"_q), content);
-    }
-
-    void unreadableTableIsRecreated()
-    {
-        QVERIFY(QSqlQuery().exec("ALTER TABLE video_download DROP COLUMN page"_q));
-        DownloaderManager manager(testSurroundings());
-        QVERIFY(!WebDatabase::instance()->Read(&manager));
-        QVERIFY(WebDatabase::instance()->Recreate());
-        QVERIFY(WebDatabase::instance()->Read(&manager));
-        QVERIFY(WebDatabase::instance()->Save(&manager));
-    }
-
-    void listThatWasNotReadIsNotWrittenOver()
-    {
-        {
-            DownloaderManager manager(testSurroundings());
-            auto job = manager.newJob();
-            job->record.id = 7;
-            manager.addLoadedJob(std::move(job));
+        m_database.reset();
+        const QByteArray contents[] = {"", QByteArray(5000, 'x'), "SQLite format 3"};
+        for (const QByteArray &content : contents) {
+            QVERIFY(writeFile(m_path, content));
+            WebDatabase database(m_folder);
+            QVERIFY(database.Init());
+            DownloaderManager manager(EngineFixture::surroundings());
+            QVERIFY(readJobs(database, manager) && database.Save(manager.records()));
         }
-        QVERIFY(WebDatabase::instance()->Init());
+        // Each of them is kept.
+        for (int i = 0; i < 3; ++i)
+            QCOMPARE(readFile(m_path + ".damaged"_q + (i > 0 ? "_%1"_q.arg(i) : QString())),
+                     contents[i]);
+    }
+
+    // What the person is told, and what happens, depends on what became of the file since it was
+    // opened.
+    void listThatCannotBeRead_data()
+    {
+        QTest::addColumn<int>("fileState");
+        QTest::newRow("busy") << int(FileState::Withheld);
+        QTest::newRow("damaged") << int(FileState::Damaged);
+        QTest::newRow("lost") << int(FileState::Missing);
+    }
+
+    void listThatCannotBeRead()
+    {
+        QFETCH(int, fileState);
+        const auto state = FileState(fileState);
+        DownloaderManager manager(EngineFixture::surroundings());
+        QVERIFY(addJob(manager) && m_database->Save(manager.records()));
+        QVERIFY(m_database->Init());
+        QVERIFY(!m_database->Save({})); // what is in the file has not been read yet
         {
             QSqlDatabase other = QSqlDatabase::addDatabase("QSQLITE"_q, "other"_q);
             other.setDatabaseName(m_path);
-            QVERIFY(other.open() && QSqlQuery(other).exec("BEGIN EXCLUSIVE"_q));
-            DownloaderManager manager(testSurroundings());
-            QVERIFY(!WebDatabase::instance()->Read(&manager));
-            QVERIFY(!WebDatabase::instance()->Recreate());
+            QVERIFY(other.open());
+            if (state == FileState::Withheld)
+                QVERIFY(QSqlQuery(other).exec("BEGIN EXCLUSIVE"_q));
+            else if (state == FileState::Damaged)
+                QVERIFY(QSqlQuery(other).exec("ALTER TABLE video_download DROP COLUMN page"_q));
+            else
+                QVERIFY(QFile::resize(m_path, 0) && QFile::remove(m_path));
+            DownloaderManager reader(EngineFixture::surroundings());
+            QVERIFY(!readJobs(*m_database, reader));
+            QCOMPARE(m_database->state(), state);
+            const QString aside = m_database->asideName();
+            QCOMPARE(m_database->Recreate(), state != FileState::Withheld);
+            QCOMPARE(QFile::exists(aside), state == FileState::Damaged);
+            QCOMPARE(m_database->Save({}), state != FileState::Withheld);
             other.close();
-        } // saves, as far as it may
+        }
         QSqlDatabase::removeDatabase("other"_q);
-        QVERIFY(WebDatabase::instance()->Init());
-        DownloaderManager manager(testSurroundings());
-        QVERIFY(WebDatabase::instance()->Read(&manager));
-        QCOMPARE(manager.jobs().size(), std::size_t(1));
+        QCOMPARE(storedJobs(), state == FileState::Withheld ? 1 : 0);
     }
 
-    void listTakenAwayIsWrittenAnew()
+    void listThatIsTakenAwayIsWrittenAnew_data()
     {
-        DownloaderManager manager(testSurroundings());
-        auto job = manager.newJob();
-        job->record.id = 7;
-        manager.addLoadedJob(std::move(job));
-        QVERIFY(QFile::remove(m_path));
-        QVERIFY(WebDatabase::instance()->Save(&manager));
-        DownloaderManager reader(testSurroundings());
-        QVERIFY(WebDatabase::instance()->Read(&reader));
-        QCOMPARE(reader.jobs().size(), std::size_t(1));
+        QTest::addColumn<bool>("wholeFolder");
+        QTest::addColumn<QByteArray>("inItsPlace");
+        QTest::newRow("removed") << false << QByteArray();
+        QTest::newRow("folder removed") << true << QByteArray();
+        QTest::newRow("replaced") << false << QByteArray("something else");
+    }
+
+    void listThatIsTakenAwayIsWrittenAnew()
+    {
+        QFETCH(bool, wholeFolder);
+        QFETCH(QByteArray, inItsPlace);
+        DownloaderManager manager(EngineFixture::surroundings());
+        QVERIFY(addJob(manager) && m_database->Save(manager.records()));
+        QVERIFY(wholeFolder ? QDir(m_folder).removeRecursively() : QFile::remove(m_path));
+        QVERIFY(inItsPlace.isEmpty() || writeFile(m_path, inItsPlace));
+        QVERIFY(m_database->Save(manager.records()));
+        QCOMPARE(storedJobs(), 1);
+        QCOMPARE(readFile(m_path + ".replaced"_q), inItsPlace);
+    }
+
+    void failingSavesAreToldOnce()
+    {
+        DownloaderManager manager(EngineFixture::surroundings());
+        JobSaver saver(manager, *m_database);
+        const QSignalSpy told(&saver, &JobSaver::sigSavingFails);
+        const QString blocked = m_sandbox.path("list"_q);
+        for (int time = 0; time < 2; ++time) {
+            QVERIFY(QDir(m_folder).removeRecursively() && writeFile(blocked, "in the way"));
+            QVERIFY(!saver.save());
+            QCOMPARE(told.count(), time); // it may have been a moment's lock
+            QVERIFY(!saver.save() && !saver.save());
+            QCOMPARE(told.count(), time + 1);
+            QVERIFY(QFile::remove(blocked));
+            QVERIFY(saver.save());
+        }
     }
 
 private:
+    static HttpJob *addJob(DownloaderManager &manager)
+    {
+        auto job = manager.newJob();
+        job->record.id = 7;
+        job->record.video_state = JobState::Stopped;
+        manager.addLoadedJob(std::move(job));
+        return manager.findJob(7);
+    }
+
+    // By another reader; -1 when there is no list.
+    int storedJobs()
+    {
+        m_database = std::make_unique<WebDatabase>(m_folder);
+        DownloaderManager manager(EngineFixture::surroundings());
+        return m_database->Init() && readJobs(*m_database, manager) ? int(manager.jobs().size())
+                                                                    : -1;
+    }
+
+    QString m_folder;
     QString m_path;
+    std::unique_ptr<WebDatabase> m_database;
 };
 
 REELKEEPER_TEST_MAIN(JobStoreTest)

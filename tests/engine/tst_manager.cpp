@@ -1,33 +1,11 @@
-#include "downloadermanager.h"
 #include "enginefixture.h"
+#include "jobsaver.h"
 #include "literals.h"
 #include "surroundings.h"
-#include "webdatabase.h"
 
 #include <QSignalSpy>
 
 #include <pthread.h>
-
-namespace {
-
-// Rows as ids, in order.
-class View final : public JobView
-{
-public:
-    void insertJob(HttpJob *job, int) override { rows << job->record.id; }
-    bool updateJob(HttpJob *job) override
-    {
-        updated << job->record.id;
-        job->record.changeFlags.clear(~0u);
-        return rows.contains(job->record.id);
-    }
-    bool removeJob(HttpJob *job) override { return rows.removeOne(job->record.id); }
-
-    QList<int> rows;
-    QList<int> updated;
-};
-
-} // namespace
 
 // While it lives the system cannot start a thread: there is no room for such a stack.
 class NoThreads final
@@ -55,53 +33,73 @@ public:
     using EngineTest::EngineTest;
 
 private slots:
-    void init()
-    {
-        m_site.clear();
-        QVERIFY(WebDatabase::instance()->Init());
-    }
+    void init() { m_site.clear(); }
 
     void idsAreNotUsedTwice()
     {
         DownloaderManager manager(EngineFixture::surroundings());
         QVERIFY(manager.allFinished());
-        for (const int id : {3, 7}) {
-            auto job = manager.newJob();
-            job->record.id = id;
-            job->record.video_state = JobState::Stopped;
-            manager.addLoadedJob(std::move(job));
-        }
+        for (const int id : {3, 7, 7}) // a damaged list may hold one twice
+            addStored(manager, id, JobState::Stopped);
         QVERIFY(manager.removeJob(7, false));
-        QVERIFY(!manager.findJob(7));
-        QVERIFY(!manager.startJob(7));
+        QCOMPARE(manager.findJob(7), manager.jobs().at(2).get());
+        QVERIFY(manager.removeJob(7, false));
+        QVERIFY(!manager.findJob(7) && !manager.startJob(7) && !manager.removeJob(99, false));
         QCOMPARE(manager.addJob(m_site.info())->record.id, 8);
-        QVERIFY(!manager.removeJob(99, false));
     }
 
-    void endsAreAnnouncedAndMoveTheRows()
+    void endsAreAnnounced()
     {
         DownloaderManager manager(EngineFixture::surroundings());
         QSignalSpy ended(&manager, &DownloaderManager::sigFinished);
-        QSignalSpy allEnded(&manager, &DownloaderManager::sigAllFinished);
-        View downloads, finished;
+        const QSignalSpy allEnded(&manager, &DownloaderManager::sigAllFinished);
         m_site.server.setResponse("/stream", EngineFixture::stream(1000));
-        auto paused = manager.newJob();
-        paused->init(m_site.info("Paused"_q), 1);
-        paused->record.video_state = JobState::Stopped;
-        manager.addLoadedJob(std::move(paused));
-        manager.fillViews(&downloads, &finished);
-        downloads.insertJob(manager.addJob(m_site.info()), -1);
+        addStored(manager, 1, JobState::Stopped)->record.title = "..x"_q;
+        manager.addJob(m_site.info());
         QVERIFY(ended.wait());
         QCOMPARE(allEnded.count(), 0); // the paused one is not finished
-        manager.updateViews(&downloads, &finished);
-        QCOMPARE(downloads.rows, QList<int>{1});
-        QCOMPARE(finished.rows, QList<int>{2});
-        manager.updateViews(&downloads, &finished);
-        QCOMPARE(finished.rows, QList<int>{2});
-        QVERIFY(manager.pauseJob(2)); // nothing to pause is no failure
+        QVERIFY(manager.pauseJob(2));  // nothing to pause is no failure
         manager.startAll();
         QVERIFY(ended.wait());
         QCOMPARE(allEnded.count(), 1);
+        QCOMPARE(m_site.outputFiles(), (QStringList{"Clip.mp4"_q, "__x.mp4"_q}));
+        // These end while they are being started, the first before the second has begun.
+        for (const int id : {3, 4})
+            addStored(manager, id, JobState::Errored)->record.output_format = 99999;
+        manager.startAll();
+        QCOMPARE(ended.count(), 4);
+        QCOMPARE(allEnded.count(), 2);
+    }
+
+    void changesAreToldOnce()
+    {
+        HttpResponse silent;
+        silent.stallBeforeHeaders = true;
+        m_site.server.setResponse("/watch", silent); // nothing but the actions changes anything
+        DownloaderManager manager(EngineFixture::surroundings());
+        QSignalSpy changed(&manager, &DownloaderManager::sigJobsChanged);
+        const std::function<void()> actions[] = {
+            [&] {
+                for (int i = 0; i < 5; ++i)
+                    manager.addJob(m_site.info());
+            },
+            [&] { manager.pauseAll(); },
+            [&] { manager.startJob(1); },
+            [&] { manager.pauseJob(1); },
+            [&] {
+                manager.removeJob(3, true);
+                manager.removeJob(4, false);
+            },
+        };
+        int expected = 0;
+        for (const auto &action : actions) {
+            action();
+            QCOMPARE(changed.count(), expected);
+            QVERIFY(changed.wait());
+            QCOMPARE(changed.count(), ++expected);
+        }
+        manager.findJob(1)->onError(); // an end is worth a save of its own, at once
+        QCOMPARE(changed.count(), ++expected);
     }
 
     void removedJobIsStoppedAndItsFilesGo()
@@ -148,6 +146,8 @@ private slots:
 
     void runningAndPausedJobsSurviveTheEnd()
     {
+        WebDatabase database(m_sandbox.path("list/"_q));
+        QVERIFY(database.Init());
         m_site.server.setResponse("/stream", EngineFixture::stream(300000, 300000));
         qint64 bytes = 0;
         {
@@ -156,14 +156,14 @@ private slots:
             HttpJob *paused = manager.addJob(m_site.info("Paused"_q));
             QTRY_VERIFY(paused->record.download_bytes > 0 && running->record.download_bytes > 0);
             QVERIFY(manager.pauseJob(2));
+            QVERIFY(JobSaver(manager, database).saveLast());
             bytes = running->record.download_bytes;
         }
-        QVERIFY(WebDatabase::instance()->Init());
         DownloaderManager manager(EngineFixture::surroundings());
-        QVERIFY(WebDatabase::instance()->Read(&manager));
+        QVERIFY(readJobs(database, manager));
         HttpJob *running = manager.findJob(1);
         QVERIFY(running && manager.findJob(2));
-        QVERIFY(running->record.download_bytes >= bytes);
+        QCOMPARE(qint64(running->record.download_bytes), bytes); // stopped before it was saved
         m_site.server.setResponse("/stream", EngineFixture::stream(300000));
         m_site.server.clearRequests();
         manager.resumeRunning();
@@ -171,6 +171,16 @@ private slots:
         QVERIFY(isPattern(running->record.output_name, 300000));
         QVERIFY(m_site.server.requests("/stream").first().header("Range").startsWith("bytes="));
         QCOMPARE(manager.findJob(2)->record.video_state, JobState::Stopped);
+    }
+
+private:
+    HttpJob *addStored(DownloaderManager &manager, int id, JobState state)
+    {
+        auto job = manager.newJob();
+        job->init(m_site.info(), id);
+        job->record.video_state = state;
+        manager.addLoadedJob(std::move(job));
+        return manager.jobs().back().get();
     }
 };
 

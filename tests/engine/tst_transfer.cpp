@@ -386,7 +386,8 @@ private slots:
             {"clip"_q, "clip_0.mp4"_q},
             {"clip"_q, "clip_1.mp4"_q},
             {"a/b: \"c\"?"_q, "a_b_ _c__.mp4"_q},
-            {".."_q, "...mp4"_q},
+            {"..a"_q, "__a.mp4"_q},
+            {" "_q, "video.mp4"_q},
             {japanese, japanese.left(83) + ".mp4"_q},
             {japanese, japanese.left(83) + "_0.mp4"_q},
         };

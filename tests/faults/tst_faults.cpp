@@ -1,11 +1,7 @@
-#include "downloadermanager.h"
 #include "enginefixture.h"
 #include "literals.h"
-#include "options.h"
 #include "surroundings.h"
-#include "webdatabase.h"
 
-#include <QSignalSpy>
 #include <QSqlQuery>
 
 #include <sys/resource.h>
@@ -86,7 +82,6 @@ private slots:
             }
             return response;
         });
-        WebDatabase::instance()->Init();
         DownloaderManager manager(EngineFixture::surroundings());
         for (int cut = 0; cut < length; cut += step) {
             VideoInfo info = m_site.info();
@@ -154,7 +149,7 @@ private slots:
         QVERIFY(WebDatabase::instance()->Init());
         DownloaderManager manager(testSurroundings());
         addStoredJobs(&manager, 10);
-        QVERIFY(WebDatabase::instance()->Save(&manager));
+        QVERIFY(WebDatabase::instance()->Save(manager.records()));
         const auto job = m_site.newJob();
         {
             const FullDisk full(half);
@@ -163,13 +158,13 @@ private slots:
             QVERIFY(m_sandbox.logLines().contains("Download:Error(1003)"_q));
             QCOMPARE(m_site.outputFiles(), QStringList());
             addStoredJobs(&manager, 400);
-            QVERIFY(!WebDatabase::instance()->Save(&manager));
+            QVERIFY(!WebDatabase::instance()->Save(manager.records()));
             QCOMPARE(storedIds().size(), 10);
         }
         job->start();
         QTRY_COMPARE(job->record.video_state, JobState::Finished);
         QVERIFY(isPattern(job->record.output_name, size));
-        QVERIFY(WebDatabase::instance()->Save(&manager));
+        QVERIFY(WebDatabase::instance()->Save(manager.records()));
     }
 
     void lockedJobList()
@@ -209,9 +204,9 @@ private slots:
             const Unprivileged user;
             QCOMPARE(WebDatabase::instance()->Init(), readable);
             DownloaderManager manager(testSurroundings());
-            QCOMPARE(WebDatabase::instance()->Read(&manager), readable);
+            QCOMPARE(readJobs(*WebDatabase::instance(), manager), readable);
             QCOMPARE(manager.jobs().size(), std::size_t(readable ? 20 : 0));
-            QVERIFY(!WebDatabase::instance()->Save(&manager));
+            QVERIFY(!WebDatabase::instance()->Save(manager.records()));
         }
         QVERIFY(QFile::setPermissions(m_path, QFile::ReadOwner | QFile::WriteOwner));
         QCOMPARE(readFile(m_path), before);
@@ -261,9 +256,9 @@ private slots:
             WebDatabase *database = WebDatabase::instance();
             QVERIFY(database->Init());
             DownloaderManager manager(testSurroundings());
-            if (!database->Read(&manager))
+            if (!readJobs(*database, manager))
                 QVERIFY(database->Recreate());
-            QVERIFY(database->Save(&manager));
+            QVERIFY(database->Save(manager.records()));
             const QString aside = m_path + ".damaged"_q;
             if (QFile::exists(aside))
                 QCOMPARE(readFile(aside), damaged);
@@ -272,35 +267,6 @@ private slots:
             QFile::remove(aside);
             QCOMPARE(storedIds().size(), int(manager.jobs().size()));
         }
-    }
-
-    void changesAreToldOnce()
-    {
-        QVERIFY(WebDatabase::instance()->Init());
-        m_site.server.setResponse("/stream", EngineFixture::stream(size, 1000));
-        DownloaderManager manager(EngineFixture::surroundings());
-        QSignalSpy changed(&manager, &DownloaderManager::sigJobsChanged);
-        const std::function<void()> actions[] = {
-            [&] {
-                for (int i = 0; i < 20; ++i)
-                    manager.addJob(m_site.info());
-            },
-            [&] { manager.pauseAll(); },
-            [&] { manager.startJob(1); },
-            [&] {
-                manager.removeJob(3, true);
-                manager.removeJob(4, false);
-            },
-        };
-        int expected = 0;
-        for (const auto &action : actions) {
-            action();
-            QCOMPARE(changed.count(), expected);
-            QVERIFY(changed.wait());
-            QCOMPARE(changed.count(), ++expected);
-        }
-        manager.findJob(1)->onError(); // an end is worth a save of its own, at once
-        QCOMPARE(changed.count(), ++expected);
     }
 
 private:
@@ -318,23 +284,27 @@ private:
     // Leaves a closed file with that many jobs, and hands out its bytes.
     QByteArray storeJobs(int count) const
     {
-        if (WebDatabase::instance()->Init()) {
-            DownloaderManager manager(testSurroundings());
-            addStoredJobs(&manager, count);
-        }
+        WebDatabase database(Options::instance()->appDataPath());
+        DownloaderManager manager(testSurroundings());
+        addStoredJobs(&manager, count);
+        if (!database.Init() || !database.Save(manager.records()))
+            return QByteArray();
         return readFile(m_path);
     }
 
     QList<int> storedIds() const
     {
-        WebDatabase::destroyInstance();
         QList<int> ids;
-        if (!WebDatabase::instance()->Init())
-            return ids;
-        QSqlQuery query("SELECT id FROM video_download"_q);
-        query.next(); // the version row
-        while (query.next())
-            ids << query.value(0).toInt();
+        {
+            QSqlDatabase other = QSqlDatabase::addDatabase("QSQLITE"_q, "other"_q);
+            other.setDatabaseName(m_path);
+            other.open();
+            QSqlQuery query("SELECT id FROM video_download"_q, other);
+            query.next(); // the version row
+            while (query.next())
+                ids << query.value(0).toInt();
+        }
+        QSqlDatabase::removeDatabase("other"_q);
         return ids;
     }
 

@@ -6,7 +6,7 @@ void fuzz(const QByteArray &input)
     constexpr int longestName = 255; // bytes
     const QString suffix = "_12.mp4"_q;
     const QString name =
-        fittingBaseName(sanitizeFileName(QString::fromUtf8(input)), suffix) + suffix;
+        fittingBaseName(nameFromTitle(QString::fromUtf8(input)), suffix) + suffix;
     holds(staysInFolder(name) && !name.contains(QLatin1Char('/')));
     holds(name.toUtf8().size() <= longestName);
 }

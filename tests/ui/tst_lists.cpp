@@ -1,3 +1,4 @@
+#include "downloadermanager.h"
 #include "downloadtablewidget.h"
 #include "finishedtablewidget.h"
 #include "literals.h"
@@ -11,6 +12,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QVBoxLayout>
 
 #include <functional>
@@ -135,7 +137,7 @@ private slots:
         std::vector<HttpJob *> present;
         for (int id = 1; id <= 10000; ++id)
             present.push_back(addJob(id, JobState::Finished));
-        m_manager->fillViews(m_downloads, m_finished);
+        JobLists(*m_manager, *m_downloads, *m_finished).fillViews();
         std::shuffle(present.begin(), present.end(), std::mt19937(1)); // the same at every run
         for (int i = 0; i < 200; ++i) {
             std::swap(present.at(size_t(i)), present.back());
@@ -204,7 +206,9 @@ private slots:
         const Answer consent("Yes"_q, [this](QWidget *) {
             m_manager->findJob(1)->record.video_state = JobState::Finished;
             m_manager->findJob(1)->record.changeFlags.set(StateChanged);
-            m_manager->updateViews(m_downloads, m_finished);
+            JobLists lists(*m_manager, *m_downloads, *m_finished);
+            lists.updateViews();
+            lists.updateViews(); // once is enough
         });
         QTest::keyClick(m_downloads, Qt::Key_Delete);
         m_downloads->onDelete();
@@ -234,6 +238,7 @@ private slots:
             {"  Holiday %1 "_q, QString()},
             {"   "_q, "Video name can not empty"_q},
             {" a:b "_q, "Video name \"a:b\" is invalidate."_q},
+            {".hidden"_q, "Video name \".hidden\" is invalidate."_q},
             {"taken"_q, "A video called \"taken\" already existed."_q},
             {tooLong, "Video renamed to \"%1\" failed."_q.arg(tooLong)},
         };
@@ -243,6 +248,7 @@ private slots:
             init();
             const HttpJob *job = addShown(1, JobState::Finished);
             const Answer answer("OK"_q);
+            const QSignalSpy changed(m_manager, &DownloaderManager::sigJobsChanged);
             m_finished->selectRow(0);
             m_finished->onRename();
             auto *editor = m_finished->findChild<QLineEdit *>();
@@ -256,6 +262,7 @@ private slots:
             QCOMPARE(job->record.output_name, file(name));
             QCOMPARE(readFile(file(name)), QByteArray("video"));
             QCOMPARE(readFile(file("taken"_q)), QByteArray("other"));
+            QTRY_COMPARE(changed.count(), row.message.isEmpty() ? 1 : 0);
         }
     }
 

@@ -14,7 +14,6 @@
 #include "options.h"
 #include "surroundings.h"
 #include "testmain.h"
-#include "webdatabase.h"
 
 #include <QCheckBox>
 #include <QClipboard>
@@ -22,6 +21,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
+#include <QProcess>
 #include <QPushButton>
 
 // The window over real stores, with an update server that refuses, and what stands beside it.
@@ -67,11 +67,10 @@ private slots:
             const ModalDriver person("QMessageBox", ModalDriver::press("Yes"_q));
             QTest::mouseClick(child<QPushButton>(window, "btnDownloadDelete"), Qt::LeftButton);
             QTRY_COMPARE(tabs->tabText(0), "Downloading(2)"_q);
+            QTRY_COMPARE(storedPages(), QStringList({"-"_q, "2"_q, "3"_q, "4"_q})); // at once
+            DownloaderManager::instance()->findJob(2)->record.page = "changed"_q;
         }
-        QVERIFY(WebDatabase::instance()->Init());
-        QVERIFY(WebDatabase::instance()->Read(DownloaderManager::instance()));
-        QCOMPARE(int(DownloaderManager::instance()->jobs().size()), 3);
-        DownloaderManager::destroyInstance();
+        QCOMPARE(storedPages(), QStringList({"-"_q, "changed"_q, "3"_q, "4"_q}));
     }
 
     void copiedAddressOpensTheDialog()
@@ -420,18 +419,31 @@ private:
         return added;
     }
 
+    // As another program sees the stored list.
+    QStringList storedPages() const
+    {
+        QProcess query;
+        query.start("sqlite3"_q, {"-readonly"_q, m_listPath, "select page from video_download"_q});
+        query.waitForFinished();
+        return QString::fromUtf8(query.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    }
+
     void storeJobs(const QList<JobState> &states)
     {
-        QVERIFY(WebDatabase::instance()->Init());
+        WebDatabase database(Options::instance()->appDataPath());
+        QVERIFY(database.Init());
+        m_listPath = database.path();
         DownloaderManager manager(testSurroundings());
         for (const JobState state : states) {
-            const HttpJob *job =
-                addJob(&manager, "Clip %1"_q.arg(manager.jobs().size() + 1), state);
+            HttpJob *job = addJob(&manager, "Clip %1"_q.arg(manager.jobs().size() + 1), state);
+            job->record.page = QString::number(job->record.id);
             QVERIFY(writeFile(job->record.output_name, "video"));
         }
+        QVERIFY(database.Save(manager.records()));
     }
 
     Sandbox &m_sandbox;
+    QString m_listPath;
 };
 
 REELKEEPER_TEST_MAIN(WindowTest)
