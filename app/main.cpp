@@ -25,6 +25,8 @@ static int run(SingleApplication &application, bool show)
 
     QObject::connect(&application, &SingleApplication::messageAvailable, window.get(),
                      &MainWindow::onInstanceCheck);
+    QObject::connect(&application, &SingleApplication::saveRequested, window.get(),
+                     &MainWindow::onSaveRequest);
     QObject::connect(&application, &SingleApplication::queryEndSession, window.get(),
                      &MainWindow::onEndSession);
     return application.exec();

@@ -8,7 +8,9 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QTableWidget>
+#include <QUrl>
 
 // The settings of one sub-key.
 class SubKey final : public QSettings
@@ -23,10 +25,34 @@ public:
     }
 };
 
+// What stands behind the key in the file.
+static QString textInFile(const QSettings &settings, const QString &key)
+{
+    const auto isNamed = [](const QByteArray &name, const QString &wanted) {
+        return QUrl::fromPercentEncoding(name.trimmed()) == wanted;
+    };
+    QFile file(settings.fileName());
+    QString text;
+    bool inGroup = false;
+    if (!file.open(QIODevice::ReadOnly))
+        return text;
+    while (!file.atEnd()) {
+        const QByteArray line = file.readLine().trimmed();
+        const int equals = line.indexOf('=');
+        if (line.startsWith('['))
+            inGroup = isNamed(line.mid(1, line.size() - 2), settings.group());
+        else if (inGroup && equals > 0 && isNamed(line.left(equals), key))
+            text = QString::fromUtf8(line.mid(equals + 1).trimmed());
+    }
+    return text;
+}
+
 static QString readText(const QSettings &settings, const QString &key)
 {
-    // A text with commas that was written by hand without quotes is read as a list.
-    return settings.value(key).toStringList().join(QLatin1Char(','));
+    const QVariant value = settings.value(key);
+    // A text with commas that was written by hand without quotes: the toolkit takes it for a list,
+    // and the blanks around its parts for nothing.
+    return value.type() == QVariant::StringList ? textInFile(settings, key) : value.toString();
 }
 
 static int readNumber(const QSettings &settings, const QString &key, int defaultValue)
@@ -99,27 +125,43 @@ bool Options::load()
     deleteTempFile = readFlag(debug, QStringLiteral("Delete Temp File"), true);
     appendDeviceName = readFlag(debug, QStringLiteral("Append Device Name"), false);
     removeUpdateFile = readFlag(debug, QStringLiteral("Remove Update File"), true);
+    m_saved = written();
     return true;
+}
+
+QVector<QPair<QString, QVariant>> Options::written() const
+{
+    return {
+        {QStringLiteral("Output Folder"), outputFolder},
+        {QStringLiteral("Source Quality"), sourceQuality},
+        {QStringLiteral("Output Format"), outputFormat},
+        {QStringLiteral("Delete Finished Video"), deleteFinishedVideo},
+        {QStringLiteral("Last Active Table"), lastActiveTable},
+        {QStringLiteral("Tray Notify Duration"), trayNotifyDuration},
+        {QStringLiteral("Auto Open New"), autoOpenNew},
+        {QStringLiteral("Notify When Finished"), notifyWhenFinished},
+        {QStringLiteral("Shut Down When All Finished"), shutDownWhenAllFinished},
+        {QStringLiteral("Show Main Frame"), showMainFrame},
+        {QStringLiteral("JS Version"), jsVersion},
+        {QStringLiteral("Query on Exit"), queryOnExit},
+        {QStringLiteral("First Close MainFrame"), firstCloseMainFrame},
+    };
 }
 
 bool Options::save()
 {
-    m_settings.setValue(QStringLiteral("Output Folder"), outputFolder);
-    m_settings.setValue(QStringLiteral("Source Quality"), sourceQuality);
-    m_settings.setValue(QStringLiteral("Output Format"), outputFormat);
-    m_settings.setValue(QStringLiteral("Delete Finished Video"), deleteFinishedVideo);
-    m_settings.setValue(QStringLiteral("Last Active Table"), lastActiveTable);
-    m_settings.setValue(QStringLiteral("Tray Notify Duration"), trayNotifyDuration);
-    m_settings.setValue(QStringLiteral("Auto Open New"), autoOpenNew);
-    m_settings.setValue(QStringLiteral("Notify When Finished"), notifyWhenFinished);
-    m_settings.setValue(QStringLiteral("Shut Down When All Finished"), shutDownWhenAllFinished);
-    m_settings.setValue(QStringLiteral("Show Main Frame"), showMainFrame);
-    m_settings.setValue(QStringLiteral("JS Version"), jsVersion);
-    m_settings.setValue(QStringLiteral("Query on Exit"), queryOnExit);
-    m_settings.setValue(QStringLiteral("First Close MainFrame"), firstCloseMainFrame);
+    m_saved = written();
+    for (const auto &setting : qAsConst(m_saved))
+        m_settings.setValue(setting.first, setting.second);
     // Written at once: the next thing that happens may be the end of the process.
     m_settings.sync();
     return true;
+}
+
+void Options::saveChanges()
+{
+    if (written() != m_saved)
+        save();
 }
 
 bool Options::saveGeometry(const QString &name, const QWidget *widget)
@@ -135,10 +177,12 @@ bool Options::restoreGeometry(const QString &name, QWidget *widget)
     const SubKey settings(name);
     const QSize size = settings.value(QStringLiteral("size")).toSize();
     const QVariant position = settings.value(QStringLiteral("pos"));
-    if (size.isEmpty() || position.type() != QVariant::Point)
-        placeWindow(widget, QPoint(200, 200), QSize(800, 600), WindowPlace::Inside);
-    else
-        placeWindow(widget, position.toPoint(), size, WindowPlace::Reachable);
+    const bool hasSize = !size.isEmpty();
+    const bool hasPosition = position.type() == QVariant::Point;
+    // Half of a place that was left is no reason to hang over the edge of the screen.
+    placeWindow(widget, hasPosition ? position.toPoint() : QPoint(200, 200),
+                hasSize ? size : QSize(800, 600),
+                hasSize && hasPosition ? WindowPlace::Reachable : WindowPlace::Inside);
     return true;
 }
 

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <QPair>
 #include <QSettings>
 #include <QString>
+#include <QVariant>
+#include <QVector>
 
 class QTableWidget;
 class QWidget;
@@ -17,6 +20,9 @@ public:
 
     bool load(); // always true
     bool save(); // always true; writes the "Options" settings, not "JS Path" and not "Debug"
+
+    // The same when one of them is another than it was loaded or saved last.
+    void saveChanges();
 
     bool saveGeometry(const QString &name, const QWidget *widget);
     bool restoreGeometry(const QString &name, QWidget *widget);
@@ -52,5 +58,8 @@ public:
     bool removeUpdateFile = false;
 
 private:
+    QVector<QPair<QString, QVariant>> written() const; // what save() writes, by key
+
     QSettings m_settings;
+    QVector<QPair<QString, QVariant>> m_saved;
 };

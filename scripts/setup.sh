@@ -24,6 +24,7 @@ test=(
     dbus dbus-x11       # buses of the tests' own, for stand-ins of the system's services
     trayer dunst        # a tray and a notification service
     procps util-linux
+    libsm-dev libice-dev # a manager of the session
 )
 
 wanted=("${build[@]}" "${run[@]}")

@@ -70,6 +70,7 @@ MainWindow::MainWindow(bool show, QWidget *parent, const std::function<bool()> &
         this->show();
     else
         close();
+    m_state.watch();
 }
 
 MainWindow::~MainWindow()
@@ -375,6 +376,12 @@ void MainWindow::onExit()
     close();
 }
 
+void MainWindow::onSaveRequest()
+{
+    saveDownloadList();
+    m_state.save();
+}
+
 void MainWindow::onEndSession()
 {
     m_exit.setExiting();
@@ -387,7 +394,7 @@ void MainWindow::onClose()
         return;
     delete m_refreshTimer;
     m_refreshTimer = nullptr;
-    m_state.save();
+    m_state.finish();
 }
 
 bool MainWindow::event(QEvent *event)

@@ -66,6 +66,7 @@ public slots:
     void onHelp();
     void onAbout();
     void onInstanceCheck(QString strTimes);
+    void onSaveRequest(); // the session wants everything on disk, and goes on
     void onEndSession();
 
 private slots:

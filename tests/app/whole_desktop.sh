@@ -3,9 +3,9 @@
 # hiding and coming back, renaming, deleting, the exit question and the next start. The first run
 # meets a tray of embedded windows, the second one that speaks over the bus, with notifications;
 # both trays come after the program.
-#   whole_desktop.sh BIN-FOLDER TRAY-HOST
+#   whole_desktop.sh BIN-FOLDER TRAY-HOST SESSION-MANAGER
 set -euo pipefail
-bin=$1 tray_host=$2
+bin=$1 tray_host=$2 session_manager=$3
 . "$(dirname "$0")/../../scripts/desktop.sh"
 use_private_folders
 start_site 0 --media "$bin/demo-media" --rate 600000 || die "no site"
@@ -125,6 +125,13 @@ printf '#!/bin/sh\nprintf "%%s: %%s\\n" "$2" "$3" >>%s\n' "$scratch/notes" >"$sc
 chmod +x "$scratch/notified"
 dunst -conf "$scratch/dunstrc" >"$scratch/dunst.log" 2>&1 &
 kill "$tray"
+mkfifo "$scratch/orders"
+"$session_manager" <"$scratch/orders" >"$scratch/session" &
+children+=($!)
+exec 9>"$scratch/orders"
+wait_until 10 "the session's manager" grep -q address "$scratch/session" || die "no session"
+SESSION_MANAGER=$(sed -n 's/^address //p' "$scratch/session")
+export SESSION_MANAGER
 bytes=$(partial)
 start_program -hide
 wait_until 20 "more bytes" partial_has $((bytes + 100000)) || die "the download did not go on"
@@ -144,6 +151,13 @@ job_ends "$job"
 expected="Download Finished: The video \"$(job_field title "$job")\" is  completed."
 wait_until 20 "the notification" grep -qxF "$expected" "$scratch/notes" ||
     die "not notified: $expected"
-kill -TERM "$program"
+
+say "A checkpoint of the session saves, and only its end ends the program"
+rm "$XDG_CONFIG_HOME/Quarnitek/Corvane Reelkeeper.conf"
+echo checkpoint >&9
+wait_until 10 "the checkpoint" grep -qx saved "$scratch/session" || die "no answer to the session"
+grep -q '^JS%20Version=' "$XDG_CONFIG_HOME/Quarnitek/Corvane Reelkeeper.conf" || die "not saved"
+kill -0 "$program" || die "the checkpoint ended the program"
+echo die >&9
 program_ends_with 0
 say "1 passed, 0 failed"

@@ -7,9 +7,15 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusUnixFileDescriptor>
 #include <QDBusVirtualObject>
 
+#include <memory>
+#include <utility>
+
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 // Stands in for the power service and for the portal that shows the chooser of a program.
 class Services final : public QDBusVirtualObject
@@ -22,6 +28,12 @@ public:
         m_answer = answer;
         return std::exchange(m_asked, QString());
     }
+    // What Inhibit hands out, once. Takes it over.
+    void giveDelay(int file)
+    {
+        const QMutexLocker lock(&m_mutex);
+        m_delay.giveFileDescriptor(file);
+    }
     QString introspect(const QString &) const override { return QString(); }
     bool handleMessage(const QDBusMessage &call, const QDBusConnection &bus) override
     {
@@ -29,13 +41,18 @@ public:
         if (call.member() == "CanPowerOff"_q)
             return bus.send(call.createReply(m_answer));
         m_asked = call.member() + call.arguments().value(0).toString();
-        return bus.send(call.createReply());
+        if (call.member() != "Inhibit"_q)
+            return bus.send(call.createReply());
+        m_asked += call.arguments().value(3).toString();
+        const auto delay = std::exchange(m_delay, QDBusUnixFileDescriptor());
+        return bus.send(call.createReply(QVariant::fromValue(delay)));
     }
 
 private:
     QMutex m_mutex;
     QString m_answer;
     QString m_asked;
+    QDBusUnixFileDescriptor m_delay;
 };
 
 // The desktop's services: opening files, sleep and shut-down.
@@ -96,6 +113,33 @@ private slots:
         QTEST(m_services.expect(QString()), "asked");
         QCOMPARE(readFile(LogFile::instance()->fileName()).count('\n'), steps + 2);
         QCOMPARE(window.isVisible(), steps < 2);
+        m_bus.unregisterService("org.freedesktop.login1"_q);
+    }
+
+    void machineWaitsUntilAllIsSaved()
+    {
+        int ends[2];
+        QCOMPARE(pipe2(ends, O_NONBLOCK | O_CLOEXEC), 0);
+        m_services.giveDelay(ends[1]);
+        QVERIFY(m_bus.registerService("org.freedesktop.login1"_q));
+        m_services.expect(QString());
+        QString asked;
+        int told = 0;
+        auto application = std::make_unique<QObject>();
+        platform::watchSession(
+            application.get(), [] {}, [&told] { ++told; });
+        QTRY_COMPARE(asked += m_services.expect(QString()), "Inhibitshutdowndelay"_q);
+        QDBusMessage news =
+            QDBusMessage::createSignal("/org/freedesktop/login1"_q,
+                                       "org.freedesktop.login1.Manager"_q, "PrepareForShutdown"_q);
+        news << true;
+        QVERIFY(m_bus.send(news));
+        QTRY_COMPARE(told, 1);
+        char byte = 0;
+        QCOMPARE(int(read(ends[0], &byte, 1)), -1); // nobody has closed the other end
+        application.reset();
+        QTRY_COMPARE(int(read(ends[0], &byte, 1)), 0);
+        close(ends[0]);
         m_bus.unregisterService("org.freedesktop.login1"_q);
     }
 

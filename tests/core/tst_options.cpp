@@ -51,7 +51,7 @@ private slots:
 
     void damageMeansDefaults()
     {
-        const QByteArray folder = m_sandbox.path("by,hand"_q).toUtf8();
+        const QByteArray folder = m_sandbox.path("by, hand,é"_q).toUtf8();
         for (const QByteArray &text :
              {QByteArray("Source Quality=many\nQuery on Exit=0,1"), QByteArray("\0\xff=[[\n", 6)}) {
             QVERIFY(writeFile(file(), "[Options]\nJS Path=" + folder + '\n' + text));
@@ -70,6 +70,7 @@ private slots:
         QTest::newRow("size=@Size(500 360)\npos=@Point(40 -25)") << QRect();
         QTest::newRow("size=@Size(2147483647 1)\npos=@Point(-2147483648 9000)") << QRect();
         QTest::newRow("size=wide\npos=none") << QRect();
+        QTest::newRow("size=@Size(500 360)\npos=none") << QRect(200, 200, 500, 360);
     }
     void windowComesBackOnScreen()
     {

@@ -132,7 +132,14 @@ private slots:
         window.close(); // there is no tray here
         QTRY_VERIFY(window.isVisible() && window.isMinimized());
         QVERIFY(Options::instance()->firstCloseMainFrame);
+        child<QTableWidget>(window, "listViewFinished")->setColumnWidth(0, 111);
         window.hide();
+        // Sessions end without a word.
+        const auto saved = [this](const char *text) {
+            return readFile(m_sandbox.path("config/Quarnitek/Corvane Reelkeeper.conf"_q))
+                .contains(text);
+        };
+        QTRY_VERIFY(saved("Show%20Main%20Frame=false") && saved("Columns=\"111,"));
         window.onInstanceCheck("0"_q);
         QVERIFY(!window.isVisible());
         window.onInstanceCheck("1"_q);
