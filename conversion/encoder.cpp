@@ -1,9 +1,9 @@
 #include "encoder.h"
 
+#include "adapterwords.h"
 #include "encodercommand.h"
 #include "jobdata.h"
 #include "logfile.h"
-#include "pictureline.h"
 #include "trace.h"
 
 static constexpr int processWaitMs = 30000;
@@ -22,6 +22,11 @@ Encoder::~Encoder()
         m_EncodeProcess.kill();
         m_EncodeProcess.waitForFinished(processWaitMs);
     }
+}
+
+void Encoder::setVariable(const char *name, const QString &value)
+{
+    m_environment.insert(QString::fromLatin1(name), value);
 }
 
 bool Encoder::start()
@@ -43,6 +48,7 @@ bool Encoder::start()
     TRACE() << command;
     QStringList arguments = QProcess::splitCommand(command);
     const QString program = arguments.takeFirst();
+    m_EncodeProcess.setProcessEnvironment(m_environment);
     m_EncodeProcess.start(program, arguments, QIODevice::ReadWrite);
     // A program that does not start is told by onError.
     m_EncodeProcess.waitForStarted(processWaitMs);

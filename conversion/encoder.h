@@ -5,6 +5,7 @@
 
 #include <QObject>
 #include <QProcess>
+#include <QProcessEnvironment>
 #include <QString>
 
 struct JobData;
@@ -20,6 +21,8 @@ public:
     Encoder(JobData &job, const QString &arguments);
     ~Encoder() override;
 
+    // Environment variable of the process. Before start().
+    void setVariable(const char *name, const QString &value);
     // Starts the process; false only when its signals could not be connected. A program that
     // cannot be started is told by convertErrored(0). Called once.
     virtual bool start();
@@ -61,6 +64,7 @@ private:
 
     JobData &m_job;
     QString m_arguments;
+    QProcessEnvironment m_environment = QProcessEnvironment::systemEnvironment();
     platform::ChildProcess m_EncodeProcess;
     LineSplitter m_lines;
     QString m_lastMessage;       // the last line that told no progress

@@ -78,6 +78,9 @@ EncoderSize encoderSize(const SaveAsItem &item, const QString &source)
     const bool fits = src.width <= dst.width && src.height <= dst.height;
     EncoderSize result;
     result.unknown = !isKnown(src);
+    if (isKnown(dst))
+        result.rule = {item.fixedSize ? FrameRule::Exactly : FrameRule::Within,
+                       {dst.width, dst.height}};
     if (!isKnown(dst) || (!item.fixedSize && fits)) {
         result.argument = sizeWord(source);
         result.dimension = source;
@@ -100,13 +103,13 @@ QString encoderOutputPath(const QString &folder, const QString &guid, const Save
     return folder + fittingBaseName(base, suffix) + suffix;
 }
 
-QString encoderArguments(const QString &commandTemplate, const QString &sizeArgument,
-                         const QString &outputName)
+QString encoderArguments(const QString &commandTemplate, const EncoderTexts &texts)
 {
     const std::pair<QString, QString> values[] = {
         {QStringLiteral("$input"), quotedArgument(QStringLiteral("-"))},
-        {QStringLiteral("$size"), sizeArgument},
-        {QStringLiteral("$output"), quotedArgument(outputName)},
+        {QStringLiteral("$size"), texts.size},
+        {QStringLiteral("$title"), quotedArgument(texts.title)},
+        {QStringLiteral("$output"), quotedArgument(texts.output)},
     };
     QString arguments;
     // One walk over the template, so that a placeholder inside an inserted text stays as it is.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "adapterwords.h"
+
 #include <QString>
 
 struct SaveAsItem;
@@ -15,6 +17,7 @@ struct EncoderSize
 {
     QString argument;     // what stands for $size
     QString dimension;    // frame size that the converted file is to have, "640x360"
+    FrameRule rule;       // what the format asks of the frame, whatever the page said of the video
     bool unknown = false; // the source size could not be read
 };
 EncoderSize encoderSize(const SaveAsItem &item, const QString &source);
@@ -23,9 +26,15 @@ EncoderSize encoderSize(const SaveAsItem &item, const QString &source);
 QString encoderOutputPath(const QString &folder, const QString &guid, const SaveAsItem &item,
                           const QString &dimension, bool appendDeviceName);
 
-// The item's template with its placeholders filled; the text after the program's path.
-QString encoderArguments(const QString &commandTemplate, const QString &sizeArgument,
-                         const QString &outputName);
+// What stands for the placeholders of a template.
+struct EncoderTexts
+{
+    QString size; // EncoderSize::argument
+    QString title;
+    QString output; // path
+};
+// The template with its placeholders filled; the text after the program's path.
+QString encoderArguments(const QString &commandTemplate, const EncoderTexts &texts);
 
 // In double quotes, such that QProcess::splitCommand gives the text back as one argument.
 QString quotedArgument(const QString &text);

@@ -252,8 +252,11 @@ std::unique_ptr<Encoder> OutputProfileManager::createEncoder(JobData &job) const
     job.output_name = encoderOutputPath(m_options.outputFolder, job.guid, *item, size.dimension,
                                         m_options.appendDeviceName);
     job.outputFormatName = item->display;
-    const QString command = encoderArguments(item->value, size.argument, job.output_name);
+    const QString command =
+        encoderArguments(item->value, {size.argument, job.title, job.output_name});
     LogFile::instance()->write(QStringLiteral("Command Line:"), command);
     TRACE() << command;
-    return std::make_unique<FFMpegEncoder>(job, command, programFolder());
+    auto encoder = std::make_unique<FFMpegEncoder>(job, command, programFolder());
+    encoder->setVariable(frameRuleVariable, QString::fromStdString(frameRuleText(size.rule)));
+    return encoder;
 }

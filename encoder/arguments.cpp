@@ -1,20 +1,23 @@
 #include "arguments.h"
 
+#include "framefilter.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstdlib>
 
-struct Frame
+// The frame's options as they stand on the command line.
+struct FrameOptions
 {
-    bool sizeGiven = false;
-    int width = 0; // 0: keep the source's size
-    int height = 0;
+    bool given = false;
+    PictureSize picture; // 0 and 0: the frame as it comes
     int top = 0;
     int bottom = 0;
     int left = 0;
     int right = 0;
-    std::string color = "0x000000";
+    std::optional<std::string> color = "0x000000"; // nothing: no bars
+    std::string shape;
 };
 
 static bool isOneOf(const std::string &text, std::initializer_list<const char *> names)
@@ -28,22 +31,20 @@ static bool isNumber(const std::string &text)
            std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isdigit(c); });
 }
 
-static void readSize(const std::string &text, Frame &frame)
+static PictureSize readSize(const std::string &text)
 {
-    frame.width = frame.height = 0;
     const size_t cross = text.find('x');
     if (cross == std::string::npos)
-        return;
+        return {};
     const std::string width = text.substr(0, cross);
     const std::string height = text.substr(cross + 1);
     const auto isLength = [](const std::string &number) {
         return isNumber(number) && number.size() <= 4 && std::stoi(number) > 0;
     };
     // The size comes from a site: what no screen has is no size.
-    if (isLength(width) && isLength(height)) {
-        frame.width = std::stoi(width);
-        frame.height = std::stoi(height);
-    }
+    if (!isLength(width) || !isLength(height))
+        return {};
+    return {std::stoi(width), std::stoi(height)};
 }
 
 static bool isColor(const std::string &text)
@@ -53,43 +54,19 @@ static bool isColor(const std::string &text)
                        [](unsigned char c) { return std::isxdigit(c); });
 }
 
-// Encoders of 4:2:0 pictures refuse odd sizes, and pads there begin at even pixels.
-static int even(int value)
+// "16:9" as an expression, empty for what is none.
+static std::string readShape(const std::string &text)
 {
-    return value / 2 * 2;
-}
-
-// Makes one axis even: the whole frame keeps its length as far as it can, the last pad takes the
-// difference.
-static void makeEven(int &picture, int &before, int &after)
-{
-    const int total = std::max(2, even(picture + before + after));
-    picture = std::min(std::max(2, even(picture)), total);
-    before = std::min(even(before), total - picture);
-    after = total - picture - before;
-}
-
-static std::string frameFilter(Frame frame)
-{
-    if (frame.width == 0)
-        return "scale=trunc(iw/2)*2:trunc(ih/2)*2";
-    makeEven(frame.width, frame.left, frame.right);
-    makeEven(frame.height, frame.top, frame.bottom);
-    std::string filter =
-        "scale=" + std::to_string(frame.width) + ":" + std::to_string(frame.height);
-    const int fullWidth = frame.width + frame.left + frame.right;
-    const int fullHeight = frame.height + frame.top + frame.bottom;
-    if (fullWidth != frame.width || fullHeight != frame.height) {
-        filter += ",pad=" + std::to_string(fullWidth) + ":" + std::to_string(fullHeight) + ":" +
-                  std::to_string(frame.left) + ":" + std::to_string(frame.top) +
-                  ":color=" + frame.color;
-    }
-    // The size was computed from pixels, so they are square.
-    return filter + ",setsar=1";
+    const size_t colon = text.find(':');
+    if (colon == std::string::npos || !isNumber(text.substr(0, colon)) ||
+        !isNumber(text.substr(colon + 1)) || std::stoi(text) == 0 ||
+        std::stoi(text.substr(colon + 1)) == 0)
+        return std::string();
+    return text.substr(0, colon) + "/" + text.substr(colon + 1);
 }
 
 // Takes the option and its value when it is one of the frame's.
-static bool readFrameOption(const std::string &name, const std::string &value, Frame &frame)
+static bool readFrameOption(const std::string &name, const std::string &value, FrameOptions &frame)
 {
     const std::array<std::pair<const char *, int *>, 4> pads = {{{"-padtop", &frame.top},
                                                                  {"-padbottom", &frame.bottom},
@@ -102,15 +79,34 @@ static bool readFrameOption(const std::string &name, const std::string &value, F
         }
     }
     if (name == "-padcolor") {
-        if (isColor(value))
+        if (value == "none")
+            frame.color.reset();
+        else if (isColor(value))
             frame.color = value;
         return true;
     }
     if (name != "-s" && name.compare(0, 3, "-s:") != 0)
         return false;
-    frame.sizeGiven = true;
-    readSize(value, frame);
+    frame.given = true;
+    frame.picture = readSize(value);
     return true;
+}
+
+// Who runs the adapter by hand, without a rule, gets the size he asks for.
+static Frame frameOf(const FrameOptions &options, const std::optional<FrameRule> &rule)
+{
+    const bool padded = options.top + options.bottom + options.left + options.right > 0;
+    Frame frame;
+    frame.shape = options.shape;
+    if (padded)
+        frame.barColor = options.color;
+    if (rule)
+        frame.rule = *rule;
+    else if (options.picture.width > 0)
+        frame.rule = {FrameRule::Exactly,
+                      {options.picture.width + options.left + options.right,
+                       options.picture.height + options.top + options.bottom}};
+    return frame;
 }
 
 static bool holdsSoundOnly(const std::string &output)
@@ -122,13 +118,17 @@ static bool holdsSoundOnly(const std::string &output)
     return isOneOf(extension, {"mp3", "m4a", "aac", "oga", "opus", "wav", "flac", "wma", "ac3"});
 }
 
-EncoderCommand translateArguments(const std::vector<std::string> &arguments)
+EncoderCommand translateArguments(const std::vector<std::string> &arguments,
+                                  const std::optional<FrameRule> &rule)
 {
     EncoderCommand command;
     size_t outputOptions = 0;
+    int inputs = 0;
     for (size_t i = 0; i + 1 < arguments.size(); ++i) {
-        if (arguments[i] == "-i")
+        if (arguments[i] == "-i") {
             outputOptions = i + 2;
+            ++inputs;
+        }
     }
 
     // FFmpeg is not to take keys from the video it reads, and tells progress whatever its log
@@ -141,9 +141,9 @@ EncoderCommand translateArguments(const std::vector<std::string> &arguments)
             command.inputIndex = result.size() - 1;
     }
 
-    Frame frame;
+    FrameOptions frame;
     std::string filters;
-    bool copiesVideo = false;
+    bool chosen = false; // which streams are taken
     bool noVideo = false;
     bool noAudio = false;
     for (size_t i = outputOptions; i < arguments.size(); ++i) {
@@ -158,10 +158,13 @@ EncoderCommand translateArguments(const std::vector<std::string> &arguments)
             i += hasValue ? 1 : 0;
             continue;
         }
+        if (isOneOf(name, {"-aspect", "-aspect:v"}))
+            frame.shape = readShape(value);
+        chosen = chosen || isOneOf(name, {"-map", "-filter_complex"});
         noVideo = noVideo || name == "-vn";
         noAudio = noAudio || name == "-an";
         if (isOneOf(name, {"-vcodec", "-codec:v", "-c:v", "-codec", "-c"}))
-            copiesVideo = value == "copy";
+            command.copiesVideo = value == "copy";
         result.push_back(name);
     }
 
@@ -169,11 +172,15 @@ EncoderCommand translateArguments(const std::vector<std::string> &arguments)
         command.output = arguments.back();
     // The template's own filters come first, they are written for the source's picture (taking
     // fields apart, cutting edges off); the frame comes last, so the result has the size it says.
-    if (frame.sizeGiven && !noVideo && !copiesVideo)
-        filters += (filters.empty() ? "" : ",") + frameFilter(frame);
+    if (frame.given && !noVideo && !command.copiesVideo)
+        filters += (filters.empty() ? "" : ",") + frameFilters(frameOf(frame, rule));
     if (!filters.empty() && !command.output.empty())
         result.insert(result.end() - 1, {"-vf", filters});
     command.wantsVideo = !noVideo && !holdsSoundOnly(command.output);
     command.wantsAudio = !command.wantsVideo && !noAudio;
+    // FFmpeg leaves a picture out that is not there; named, it ends before it encodes. A cover is
+    // none.
+    if (command.wantsVideo && !chosen && inputs == 1 && !command.output.empty())
+        result.insert(result.end() - 1, {"-map", pictureStream, "-map", "0:a:0?"});
     return command;
 }

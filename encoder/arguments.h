@@ -1,5 +1,7 @@
 #pragma once
 
+#include "adapterwords.h"
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -10,10 +12,16 @@ struct EncoderCommand
     std::vector<std::string> arguments; // without the program
     std::optional<size_t> inputIndex;   // of the "-" after -i in arguments
     std::string output;                 // the file to be written; empty: none is named
+    bool copiesVideo = false;           // without encoding it anew
     bool wantsVideo = true;             // the output must hold a picture
     bool wantsAudio = false;            // the output must hold sound
 };
 
+// How FFmpeg is told to take the picture, and calls it when it is not there.
+inline constexpr char pictureStream[] = "0:V:0";
+
 // Turns the arguments of a template, written for FFmpeg of old, into today's: the frame size and
-// the pad options after the input become one filter. Sizes are pixels.
-EncoderCommand translateArguments(const std::vector<std::string> &arguments);
+// the pad options after the input become filters that keep the rule, by themselves or, without a
+// rule, to the pixel. Sizes are pixels.
+EncoderCommand translateArguments(const std::vector<std::string> &arguments,
+                                  const std::optional<FrameRule> &rule = std::nullopt);

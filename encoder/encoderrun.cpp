@@ -1,8 +1,8 @@
 #include "encoderrun.h"
 
+#include "adapterwords.h"
 #include "childprocess.h"
 #include "inputprobe.h"
-#include "pictureline.h"
 #include "progress.h"
 #include "resultcheck.h"
 
@@ -16,6 +16,8 @@
 #include <unistd.h>
 #include <utility>
 
+// FFmpeg's words.
+static const std::string missingPicture = std::string("'") + pictureStream + "' matches no streams";
 static const size_t chunkSize = 64 * 1024;
 static const int pipeSize = 1024 * 1024;
 
@@ -142,11 +144,13 @@ int EncoderRun::encode(int standardInput)
     relay();
 
     const int code = child.wait();
+    if (m_pictureMissing)
+        reportFailure("the video has no picture, and the format needs one");
     if (code != 0)
         return code;
     if (!m_writeFailure.empty())
         return reportFailure(m_command.output + " could not be written: " + m_writeFailure);
-    const Result result = checkResult(m_encoder, m_command);
+    const Result result = checkResult(m_encoder, m_command, m_turns);
     if (result.fault)
         return reportFailure(m_command.output + " " + *result.fault);
     dprintf(STDERR_FILENO, "%s\n", pictureLine(result.picture).c_str());
@@ -228,6 +232,10 @@ void EncoderRun::handleLine(const std::string &line, char end)
         m_messages += progress + '\r';
     } else {
         m_messages += line;
+        m_inSource = m_inSource && line.rfind("Stream mapping:", 0) != 0;
+        if (m_inSource && turnsOf(line) > 0)
+            m_turns = turnsOf(line);
+        m_pictureMissing = m_pictureMissing || line.find(missingPicture) != std::string::npos;
         if (m_writeFailure.empty() && namesWriteFailure(line, m_command.output))
             m_writeFailure = line;
     }

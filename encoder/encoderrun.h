@@ -27,6 +27,9 @@ private:
     std::string m_input;    // taken from standard input, not yet by the encoder
     std::string m_messages; // for standard error
     std::string m_writeFailure;
+    bool m_inSource = true; // what the encoder says is about the video it reads
+    bool m_pictureMissing = false;
+    int m_turns = 0; // of the picture there, by quarters
     char m_lastEnd = '\r';
     bool m_inputWaits = false; // standard input has something, or its end, to give
     bool m_inputEnded = false;

@@ -6,6 +6,7 @@
 #include <sys/prctl.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <unistd.h>
 
 // Nothing that is opened later may become one of the three streams.
@@ -30,7 +31,9 @@ int main(int argc, char **argv)
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 
-    const EncoderCommand command = translateArguments({argv + 1, argv + argc});
+    const char *rule = std::getenv(frameRuleVariable);
+    const EncoderCommand command =
+        translateArguments({argv + 1, argv + argc}, readFrameRule(rule ? rule : ""));
     if (command.output.empty() || !command.inputIndex)
         return reportFailure("no input or no output file is named");
     const std::string encoder = findEncoder();

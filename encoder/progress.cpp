@@ -1,6 +1,7 @@
 #include "progress.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 static bool startsWith(const std::string &text, const char *start)
@@ -49,4 +50,12 @@ bool namesWriteFailure(std::string line, const std::string &output)
             return true;
     }
     return false;
+}
+
+int turnsOf(const std::string &line)
+{
+    double degrees = 0;
+    if (std::sscanf(line.c_str(), "      displaymatrix: rotation of %lf", &degrees) != 1)
+        return 0;
+    return (static_cast<int>(std::lround(degrees / 90)) % 4 + 4) % 4;
 }

@@ -53,18 +53,14 @@ public:
         if (!progress.empty() && (std::strtoul(progress.c_str() + 6, nullptr, 10) > 0 ||
                                   progress.find(" time=0.00 ") == std::string::npos))
             hasPackets = true;
-        if (!m_inSource)
-            return;
-        int angle = 0;
-        if (line.rfind("  Stream #0", 0) == 0)
+        if (m_inSource && line.rfind("  Stream #0", 0) == 0)
             takeStream(line);
-        else if (m_inPicture &&
-                 std::sscanf(line.c_str(), "      displaymatrix: rotation of %d", &angle) == 1 &&
-                 angle % 180 != 0)
-            std::swap(picture->width, picture->height);
+        else if (m_inSource && m_inPicture && turnsOf(line) > 0)
+            turns = turnsOf(line);
     }
 
     std::optional<PictureSize> picture; // of the first stream that has one
+    int turns = 0;                      // of that picture
     bool hasSound = false;
     bool hasPackets = false;
 
@@ -84,7 +80,7 @@ private:
     bool m_inPicture = false;
 };
 
-Result checkResult(const std::string &encoder, const EncoderCommand &command)
+Result checkResult(const std::string &encoder, const EncoderCommand &command, int turns)
 {
     const auto failed = [](const char *fault) { return Result{fault, {}}; };
     struct stat file;
@@ -122,5 +118,10 @@ Result checkResult(const std::string &encoder, const EncoderCommand &command)
         return failed("holds no sound");
     if (!look.hasPackets)
         return failed("holds nothing to play");
-    return {std::nullopt, look.picture.value_or(PictureSize{})};
+    if (command.copiesVideo && look.turns != turns)
+        return failed("cannot say that the picture is turned; a format that encodes can");
+    PictureSize shown = look.picture.value_or(PictureSize{});
+    if (look.turns % 2 == 1)
+        std::swap(shown.width, shown.height);
+    return {std::nullopt, shown};
 }

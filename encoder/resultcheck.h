@@ -1,7 +1,7 @@
 #pragma once
 
+#include "adapterwords.h"
 #include "arguments.h"
-#include "pictureline.h"
 
 // What the encoder has written.
 struct Result
@@ -10,5 +10,6 @@ struct Result
     PictureSize picture;              // of a faultless one
 };
 
-// Looks at the output with the encoder's own eyes, and at most at the first second of it.
-Result checkResult(const std::string &encoder, const EncoderCommand &command);
+// Looks at the output with the encoder's own eyes, and at most at the first second of it. turns:
+// quarter turns of the source's picture.
+Result checkResult(const std::string &encoder, const EncoderCommand &command, int turns);

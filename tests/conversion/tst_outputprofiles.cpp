@@ -14,7 +14,8 @@ static QByteArray formats(const QByteArray &items)
 static QByteArray item(int id, const QByteArray &display)
 {
     return "<i id='" + QByteArray::number(id) + "' display='" + display +
-           "' size='0x0' fixed_size='0' ext='mp4' value='-i $input $size $output $SIZE $outputs'/>";
+           "' size='0x0' fixed_size='0' ext='mp4' value='-i $input $size -m title=$title $output "
+           "$SIZE $outputs'/>";
 }
 
 static const char *qualities = "<video_quality><q display='a' value='640x360'/>"
@@ -143,6 +144,7 @@ private slots:
         JobData job;
         job.guid = "{G}"_q;
         job.video_dimension = "$output"_q;
+        job.title = "-a \"b\"\n%1;  c"_q;
         for (const int format : {0, 6, 5}) {
             job.output_format = format;
             QCOMPARE(bool(profiles.createEncoder(job)), format == 5);
@@ -152,8 +154,8 @@ private slots:
         const QStringList logged = m_sandbox.logLines().mid(m_sandbox.logLines().size() - 2);
         QCOMPARE(logged.first(), "Convert:Unknown frame size($output), no padding."_q);
         QCOMPARE(QProcess::splitCommand(logged.last()),
-                 QStringList({"Command"_q, "Line:-i"_q, "-"_q, "$output"_q, name, "$SIZE"_q,
-                              name + "s"_q}));
+                 QStringList({"Command"_q, "Line:-i"_q, "-"_q, "$output"_q, "-m"_q,
+                              "title=-a \"b\" %1;  c"_q, name, "$SIZE"_q, name + "s"_q}));
     }
 
 private:

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <QDir>
-#include <QFile>
 #include <QProcess>
+#include <QString>
 
 struct AdapterEnd
 {
@@ -10,48 +9,25 @@ struct AdapterEnd
     QByteArray errors;
 };
 
-// Runs the real adapter over a file and waits for its end.
-inline AdapterEnd runAdapter(const QStringList &arguments, const QString &input,
-                             const QString &encoder = QString())
+// One run of the real adapter over a file.
+class AdapterProcess final
 {
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    if (!encoder.isEmpty())
-        environment.insert(QStringLiteral("REELKEEPER_FFMPEG"), encoder);
-    process.setProcessEnvironment(environment);
-    process.setStandardInputFile(input);
-    process.start(QStringLiteral(ADAPTER), arguments);
-    AdapterEnd end;
-    if (process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit)
-        end.code = process.exitCode();
-    end.errors = process.readAllStandardError();
-    return end;
-}
+public:
+    // environment: "NAME=value"
+    AdapterProcess(const QStringList &arguments, const QString &input,
+                   const QStringList &environment = {});
+    AdapterEnd end(); // waits for it
 
-// What FFprobe sees in a file.
-struct MediaFile
-{
-    QString size; // of the picture, "640x360"; empty: there is none
-    bool hasSound = false;
-    double seconds = 0;
+private:
+    QProcess m_process;
 };
 
-inline MediaFile probeMedia(const QString &path)
-{
-    QProcess probe;
-    const QStringList arguments = QProcess::splitCommand(QStringLiteral(
-        "-v error -of csv=p=0 -show_entries stream=codec_type,width,height:format=duration"));
-    probe.start(QStringLiteral("ffprobe"), arguments + QStringList(path));
-    probe.waitForFinished(30000);
-    MediaFile media;
-    for (const QByteArray &line : probe.readAllStandardOutput().split('\n')) {
-        const QList<QByteArray> parts = line.split(',');
-        if (parts.first() == "video")
-            media.size = QString::fromLatin1(parts.value(1) + 'x' + parts.value(2));
-        else if (parts.first() == "audio")
-            media.hasSound = true;
-        else if (!line.isEmpty())
-            media.seconds = qMax(media.seconds, parts.first().toDouble());
-    }
-    return media;
-}
+// White videos of 0.6 s with sound on one channel, by the frame a player shows.
+enum class Shape {
+    Wide,       // 320x180, AAC
+    Anamorphic, // 360x288, shown as 16:9
+    Turned,     // 180x320, a wide one with a mark of rotation
+    Odd         // 321x241, VP9
+};
+// Made in the folder; empty when that failed.
+QString shapePath(Shape shape, const QString &folder);

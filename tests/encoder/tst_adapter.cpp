@@ -1,12 +1,14 @@
 #include "adapterprocess.h"
-#include "arguments.h"
 #include "inputprobe.h"
 #include "literals.h"
+#include "mediafile.h"
 #include "progress.h"
 #include "samples.h"
 #include "testmain.h"
 
 #include <QtEndian>
+
+#include <QDir>
 
 #include <csignal>
 
@@ -58,33 +60,50 @@ private slots:
             QFile::remove(m_sandbox.outputFolder() + name);
     }
 
-    void sizeBecomesFilter()
+    void frameKeepsTheRule_data()
     {
-        const char *const cases[][2] = {
-            {"-s 320x240 -vcodec h", "-vcodec h -vf scale=320:240,setsar=1"},
-            {"-s 320x180 -padtop 30 -padbottom 30 -padcolor 0x102030",
-             "-vf scale=320:180,pad=320:240:0:30:color=0x102030,setsar=1"},
-            {"-s 361x272 -padleft 58 -padright 61",
-             "-vf scale=360:272,pad=480:272:58:0:color=0x000000,setsar=1"},
-            {"-vf crop=100:100 -s 641x361 -ac 2", "-ac 2 -vf crop=100:100,scale=640:360,setsar=1"},
-            {"-s 0x0 -ac 2", "-ac 2 -vf scale=trunc(iw/2)*2:trunc(ih/2)*2"},
-            {"-s  -vcodec h", "-vcodec h -vf scale=trunc(iw/2)*2:trunc(ih/2)*2"},
-            {"-s 320x240 -padtop 4 -vn", "-vn"},
-            {"-s 320x240 -vcodec copy", "-vcodec copy"},
+        QTest::addColumn<int>("source");
+        QTest::addColumn<QString>("rule");
+        QTest::addColumn<QSize>("frame");
+        QTest::addColumn<QSize>("picture"); // the same, bar the bars
+        const auto row = [](const char *options, Shape source, const char *rule, QSize frame,
+                            QSize picture) {
+            QTest::newRow(options) << int(source) << QString::fromLatin1(rule) << frame << picture;
         };
-        for (const auto &row : cases) {
-            std::vector<std::string> arguments = {"-y", "-s", "99x99", "-i", "-"};
-            for (const QString &word : words(row[0]))
-                arguments.push_back(word.toStdString());
-            arguments.push_back("/a b/out.mp4");
-            const EncoderCommand command = translateArguments(arguments);
-            QCOMPARE(command.output, arguments.back());
-            QByteArray result;
-            for (const std::string &argument : command.arguments)
-                result += QByteArray::fromStdString(argument) + ' ';
-            QCOMPARE(result,
-                     QByteArray("-nostdin -stats -y -s 99x99 -i - ") + row[1] + " /a b/out.mp4 ");
-        }
+        const QSize wide(320, 180);
+        const QSize anamorphic(360, 288);
+        row("-s 640x480", Shape::Anamorphic, "source", anamorphic, anamorphic);
+        row("-s  -vcodec mpeg4", Shape::Wide, "source", wide, wide);
+        row("-s 64x48", Shape::Anamorphic, "within 512x288", anamorphic, anamorphic);
+        row("-s 640x480 ", Shape::Anamorphic, "within 256x240", {180, 144}, {180, 144});
+        row("-s 160x90 -padtop 15", Shape::Turned, "within 160x120", {160, 120}, {68, 120});
+        row("-s 160x90 -padtop 15 -padcolor none", Shape::Turned, "within 161x121", {68, 120},
+            {68, 120});
+        row("-s 320x180 -padtop 30", Shape::Turned, "exactly 321x241", {320, 240}, {136, 240});
+        row("-s 704x576 -aspect 16:9", Shape::Odd, "exactly 704x576", {704, 576}, {528, 576});
+        row("-s 160x90 -padtop 15 -padbottom 15", Shape::Wide, "", {160, 120}, {160, 90});
+        row("-s 0x0", Shape::Odd, "", {320, 240}, {320, 240});
+        row("-vf crop=200:100 -s 160x90", Shape::Odd, "", {160, 90}, {160, 80});
+    }
+    void frameKeepsTheRule()
+    {
+        QFETCH(int, source);
+        QFETCH(QString, rule);
+        QFETCH(QSize, picture);
+        const AdapterEnd end = AdapterProcess(command(QTest::currentDataTag()),
+                                              shapePath(Shape(source), m_sandbox.path() + "/"_q),
+                                              QStringList("REELKEEPER_FRAME="_q + rule))
+                                   .end();
+        QVERIFY2(end.code == 0, end.errors.right(1000));
+        const MediaFile media = lookAt(output());
+        QTEST(media.frame, "frame");
+        QVERIFY2(qAbs(media.picture.width() - picture.width()) <= 2 &&
+                     qAbs(media.picture.height() - picture.height()) <= 2,
+                 qPrintable("%1x%2"_q.arg(media.picture.width()).arg(media.picture.height())));
+        const double shapes[] = {16.0 / 9, 16.0 / 9, 9.0 / 16, 4.0 / 3};
+        const double shape = shapes[source];
+        QVERIFY2(qAbs(media.shape() / shape - 1) < 0.03 || rule.isEmpty(),
+                 qPrintable(QString::number(media.shape())));
     }
 
     void indexIsLookedFor()
@@ -124,10 +143,11 @@ private slots:
     void progressComesFromASilentTemplate()
     {
         const AdapterEnd end =
-            runAdapter(command("-loglevel error -s 320x180 -padtop 60 -vcodec mpeg4"),
-                       samplePath(Sample::Mp4IndexLast));
+            AdapterProcess(command("-loglevel error -s 320x180 -padtop 60 -vcodec mpeg4"),
+                           samplePath(Sample::Mp4IndexLast))
+                .end();
         QVERIFY2(end.code == 0, end.errors.right(1000));
-        QCOMPARE(probeMedia(output()).size, "320x240"_q);
+        QVERIFY(end.errors.endsWith("the picture has 320x240 pixels\n"));
         QVERIFY(end.errors.contains("\rframe=") && end.errors.contains(" time=3.0"));
         QCOMPARE(outputs().size(), 1);
     }
@@ -147,6 +167,10 @@ private slots:
         const QString indexLast = samplePath(Sample::Mp4IndexLast);
         const QString cut = m_sandbox.path("cut.mp4"_q);
         QVERIFY(writeFile(cut, readFile(indexLast).left(50000)));
+        const QString soundOnly = m_sandbox.path("sound.mp3"_q);
+        QCOMPARE(QProcess::execute("ffmpeg"_q,
+                                   words("-v error -f lavfi -i sine=d=1") + QStringList(soundOnly)),
+                 0);
         row("bad template", "-vcodec no_such_codec", "", 1, "no_such_codec");
         row("no FFmpeg", "", "/nowhere/ffmpeg", 1, "FFmpeg was not found");
         row("itself as FFmpeg", "", ADAPTER, 1, "FFmpeg was not found");
@@ -166,6 +190,7 @@ private slots:
             "holds no sound");
         row("no packets", "-vn", "#!ffmpeg -i - -vn -t 0 -f wav \"$out\"", 1,
             "holds nothing to play");
+        row("no picture", "", "", 1, "the video has no picture", soundOnly);
         row("picture lost", "", "#!ffmpeg -i - -vn -acodec copy -f mp4 \"$out\"", 1,
             "holds no picture");
     }
@@ -180,7 +205,8 @@ private slots:
         QStringList arguments = command(options);
         if (options.contains(" /"))
             arguments.removeLast();
-        const AdapterEnd end = runAdapter(arguments, input, encoder);
+        const AdapterEnd end =
+            AdapterProcess(arguments, input, {"REELKEEPER_FFMPEG="_q + encoder}).end();
         QTEST(end.code, "code");
         QVERIFY2(end.errors.contains(said), end.errors.right(1000));
     }
@@ -189,7 +215,9 @@ private slots:
     {
         const QString flood =
             script("yes 'a line of the flood' | head -c 4000000 >&2; ffmpeg \"$@\"");
-        const AdapterEnd end = runAdapter(command("-vcodec copy"), samplePath(Sample::Flv), flood);
+        const AdapterEnd end = AdapterProcess(command("-vcodec copy"), samplePath(Sample::Flv),
+                                              {"REELKEEPER_FFMPEG="_q + flood})
+                                   .end();
         QCOMPARE(end.code, 0);
         QVERIFY(end.errors.count("a line of the flood\n") >= 4000000 / 20 - 1);
     }

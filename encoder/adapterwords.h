@@ -1,0 +1,37 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+// What the program and the adapter tell each other beside the arguments and the progress.
+
+// Pixels; 0 and 0 when there is no picture.
+struct PictureSize
+{
+    int width = 0;
+    int height = 0;
+};
+
+// The adapter's last line on standard error: the picture of the finished file as it is shown, so
+// that one which is turned by a quarter has its lengths exchanged. Nobody else knows it.
+std::string pictureLine(const PictureSize &size);
+// Nothing for every other line.
+std::optional<PictureSize> readPictureLine(const std::string &line);
+
+// What a format asks of the frame. The size on the command line cannot tell: it may be the format's
+// own, or what the page said of the video.
+struct FrameRule
+{
+    enum Kind {
+        AsItComes, // no size
+        Within,    // not larger than the size
+        Exactly    // the size, with bars where the picture has another shape
+    };
+    Kind kind = AsItComes;
+    PictureSize size; // of a format that has one, both lengths above 0
+};
+
+// Environment variable that carries it, as "source", "within 1280x720" or "exactly 320x240".
+inline constexpr char frameRuleVariable[] = "REELKEEPER_FRAME";
+std::string frameRuleText(const FrameRule &rule);
+std::optional<FrameRule> readFrameRule(const std::string &text); // nothing for another text
