@@ -109,7 +109,10 @@ private slots:
         m_sandbox.loadOptions(true);
         QWidget window;
         window.show();
+        bool windowLives = false;
+        QTimer::singleShot(0, [&windowLives] { windowLives = true; });
         QVERIFY(CloseSystem(mode, &window));
+        QVERIFY(windowLives);
         QTEST(m_services.expect(QString()), "asked");
         QCOMPARE(readFile(LogFile::instance()->fileName()).count('\n'), steps + 2);
         QCOMPARE(window.isVisible(), steps < 2);
