@@ -10,7 +10,7 @@ enum class JobState : qint32 {
     Stopped = 1,       // paused by the user
     PauseFinishes = 2, // paused, and the conversion then completed
     Finished = 3,      // output_name is the final file
-    Errored = 4,       // failed; the partial files were deleted
+    Errored = 4,       // failed; the partial files were deleted, as a rule
 };
 
 // What changed since the views last looked: bits of JobData::changeFlags.
@@ -51,11 +51,26 @@ struct JobData
     SharedNumber<qint32> download_time = 0; // day of the year on which video_url was obtained
     qint64 spend_time = 0;                  // milliseconds the job has spent running
 
+    // What the server calls the version of the stream that the source file holds, as it stands in
+    // an If-Range header; empty when it does not say. Kept across restarts.
+    SharedText validator;
+
     SharedText contentType;
     // Counts how often the source file was begun again at byte 0.
     SharedNumber<qint32> sourceGeneration = 0;
+    // The error that ended the last attempt is no reason to delete the source file.
+    SharedNumber<bool> keepsSource = false;
     qint64 encodedBytes = 0; // bytes of the source file handed to the encoder
     QString outputFormatName;
     float convertedSeconds = 0; // seconds of video the encoder has produced
     SharedFlags changeFlags;    // JobChange bits
+
+    // The source file begins again at byte 0, or is gone. Both threads.
+    void forgetSource()
+    {
+        sourceGeneration += 1; // first, so that whoever sees the count go down also sees why
+        download_bytes = 0;
+        total_bytes = -1;
+        validator = QString();
+    }
 };

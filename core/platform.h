@@ -81,6 +81,12 @@ bool removeFile(const QString &path);
 // Differs for any two files that exist at the same time, whatever their names; empty when there is
 // no such file. Any thread.
 QByteArray fileIdentity(const QString &path);
+// Asks the disk for the bytes that will be written to an open file from its beginning up to that
+// end; its length stays as it is. Empty when they are reserved, or when the file system cannot do
+// such a thing; otherwise why there is no room, and some may be reserved. What is reserved and not
+// written is given back when the file is cut to its length. May take a while: goOn is asked every
+// now and then, false ends it as if all were well. Any thread.
+QString reserveRoom(int handle, qint64 end, const std::function<bool()> &goOn);
 bool openUrl(const QUrl &address); // with the program of its scheme
 bool openFolder(const QString &path);
 // What came of opening a file with the program of its type.

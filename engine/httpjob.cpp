@@ -105,7 +105,7 @@ void HttpJob::startTransfer()
             return;
         }
         // Complete once, but gone since: there is only the way from the beginning.
-        forgetSource();
+        record.forgetSource();
     }
     if (m_thread)
         m_thread->abandon();
@@ -177,14 +177,6 @@ void HttpJob::prepareConversion()
         onConvertError(ConversionNotStarted);
 }
 
-void HttpJob::forgetSource()
-{
-    // First, as in the transfer: whoever sees the count go down also sees why.
-    record.sourceGeneration += 1;
-    record.download_bytes = 0;
-    record.total_bytes = -1;
-}
-
 void HttpJob::onDownloadReceive(qint64)
 {
     if (!m_feed.feed())
@@ -198,7 +190,7 @@ void HttpJob::onDownloadFinished()
     // itself, and goes on with a file that is deleted but open.
     if (record.output_format == 0 && record.download_bytes == total &&
         QFileInfo(record.video_mame).size() != total)
-        forgetSource();
+        record.forgetSource();
     if (record.download_bytes != record.total_bytes) {
         retryAfterShortTransfer();
         return;
@@ -213,7 +205,7 @@ void HttpJob::onDownloadFinished()
         if (QFile::exists(record.video_mame)) {
             onConvertError(ConversionNotStarted);
         } else {
-            forgetSource();
+            record.forgetSource();
             onDownloadRetry();
         }
     }
@@ -229,7 +221,7 @@ void HttpJob::retryAfterShortTransfer()
 void HttpJob::onSourceCut()
 {
     m_feed.stop();
-    forgetSource();
+    record.forgetSource();
     retryAfterShortTransfer();
 }
 
@@ -313,8 +305,10 @@ void HttpJob::finish()
 void HttpJob::fail()
 {
     stop();
-    record.removePartialFiles(); // what is not there need not be removed
-    forgetSource();
+    if (!record.keepsSource) {
+        record.removePartialFiles(); // what is not there need not be removed
+        record.forgetSource();
+    }
     endAs(JobState::Errored);
 }
 

@@ -55,7 +55,6 @@ private:
     void stopThread();
     void prepareConversion();
     void onSourceCut();
-    void forgetSource();
     void retryAfterShortTransfer();
     void endAs(JobState state);
     void finish();

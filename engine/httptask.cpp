@@ -39,6 +39,7 @@ void HttpTask::startRequest()
     // The job may have been paused while the cookies were on their way.
     if (QThread::currentThread()->isInterruptionRequested())
         return;
+    m_record.keepsSource = false;
     const bool hasCookies = !m_record.video_cookies.text().isEmpty();
     if (hasCookies && m_record.download_time != dayOfYear()) {
         m_renewAddress();
@@ -60,17 +61,17 @@ bool HttpTask::prepareResume()
     const QString path = m_record.video_mame;
     if (path.isEmpty() || !QFile::exists(path)) {
         // Deleted after a failure or by hand: there is nothing to go on from.
-        forgetSource();
+        m_record.forgetSource();
         return true;
     }
     if (openSource() != 0) {
-        reportFileError(m_source.error());
+        endWithSourceError();
         return false;
     }
     const qint64 size = m_source.size();
     if (size == 0) {
         // Emptied behind our back: what comes now need not be the stream that was here.
-        forgetSource();
+        m_record.forgetSource();
         return true;
     }
     if (m_record.download_bytes != size) {
@@ -82,7 +83,7 @@ bool HttpTask::prepareResume()
     m_resumeFrom = m_record.download_bytes;
     // What lies behind the stored count would be left over behind the end of the video.
     if (!m_source.continueAt(m_resumeFrom)) {
-        reportFileError(m_source.error());
+        endWithSourceError();
         return false;
     }
     // The state is Start already, and writing it from here could undo a pause that arrives now.
@@ -114,26 +115,22 @@ void HttpTask::sendRequest()
     connect(m_reply, &QNetworkReply::errorOccurred, this, &HttpTask::onNetworkError);
 }
 
-void HttpTask::forgetSource()
-{
-    // First, so that whoever sees the count go down also sees why.
-    m_record.sourceGeneration += 1;
-    m_record.download_bytes = 0;
-    m_record.total_bytes = -1;
-}
-
 int HttpTask::openSource()
 {
     return m_source.open(m_record.video_mame) ? 0 : FileError;
 }
 
-int HttpTask::createSource(const QString &contentType)
+int HttpTask::createSource(const QString &contentType, qint64 total)
 {
     if (const qint32 error = sourceTypeError(contentType); error != 0)
         return error;
     const QString path = SourceFile::pathFor(
         m_outputFolder, m_record.guid, m_record.output_format != 0, sourceExtension(contentType));
-    if (!m_source.begin(path))
+    if (!m_source.prepare(path, total))
+        return FileError;
+    if (m_record.download_bytes > 0)
+        m_record.forgetSource();
+    if (!m_source.empty())
         return FileError;
     // The type or the folder may have changed since the last attempt.
     const QString before = m_record.video_mame;
@@ -149,18 +146,36 @@ void HttpTask::reportFileError(QFile::FileError error)
     endWith(SourceFile::downloadError(error));
 }
 
+void HttpTask::endWithSourceError()
+{
+    const QString refusal = m_source.refusal();
+    if (!refusal.isEmpty()) {
+        LogFile::instance()->write(QStringLiteral("Download:"),
+                                   QStringLiteral("Failed(%1)").arg(refusal));
+        // Nothing is wrong with what is here; it goes on when there is room.
+        m_record.keepsSource = m_record.download_bytes > 0;
+    }
+    reportFileError(m_source.error());
+}
+
 void HttpTask::judgeAnswer()
 {
     const AnswerHead head = headOf(*m_reply);
     const StreamAnswer answer =
-        StreamAnswer::to({m_resumeFrom, m_record.download_bytes, m_record.total_bytes}, head);
+        StreamAnswer::to({m_resumeFrom, m_record.download_bytes, m_record.total_bytes,
+                          m_record.validator.text().toLatin1()},
+                         head);
     switch (answer.kind) {
     case StreamAnswer::Append:
+        if (!m_source.reserve(answer.total)) {
+            endWithSourceError();
+            break;
+        }
         m_record.total_bytes = answer.total;
         m_body = Body::Stored;
         break;
     case StreamAnswer::Begin:
-        beginSource(head.contentType, answer.total);
+        beginSource(head, answer.total);
         break;
     case StreamAnswer::Ignore:
         m_body = Body::Ignored;
@@ -188,18 +203,18 @@ void HttpTask::judgeAnswer()
     }
 }
 
-void HttpTask::beginSource(const QString &contentType, qint64 total)
+void HttpTask::beginSource(const AnswerHead &head, qint64 total)
 {
-    m_record.contentType = contentType;
-    TRACE() << "Content Type :" << contentType;
-    if (m_record.download_bytes > 0)
-        forgetSource();
-    if (createSource(contentType) != 0) {
-        reportFileError(m_source.error());
+    m_record.contentType = head.contentType;
+    TRACE() << "Content Type :" << head.contentType;
+    if (createSource(head.contentType, total) != 0) {
+        endWithSourceError();
         return;
     }
     TRACE() << "Content Length:" << total;
     m_record.total_bytes = total;
+    // Last: one who finds it stored beside an older count finds the new file, too.
+    m_record.validator = QString::fromLatin1(head.validator());
     m_body = Body::Stored;
 }
 
@@ -226,7 +241,7 @@ void HttpTask::storeAvailable()
     m_bytesReceived += available;
     const QByteArray chunk = m_reply->readAll();
     if (!m_source.append(chunk)) {
-        reportFileError(m_source.error());
+        endWithSourceError();
         return;
     }
     m_record.download_bytes += chunk.size();
@@ -278,7 +293,7 @@ void HttpTask::stopTransfer()
 void HttpTask::endWell()
 {
     if (!m_source.close()) {
-        reportFileError(m_source.error());
+        endWithSourceError();
         return;
     }
     m_ended = true;

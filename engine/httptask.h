@@ -1,6 +1,7 @@
 #pragma once
 
 #include "sourcefile.h"
+#include "streamanswer.h"
 
 #include <QNetworkReply>
 #include <QObject>
@@ -28,7 +29,8 @@ public:
     void startRequest();
     int openSource(); // for resuming: 0 or FileError
     // Afresh: 0, FileError, HtmlInsteadOfVideo or NoContentType.
-    int createSource(const QString &contentType);
+    // total: bytes of the stream, for which room is asked; -1 when unknown.
+    int createSource(const QString &contentType, qint64 total = -1);
     void reportFileError(QFile::FileError error);
     void stopTransfer(); // aborts the reply; nothing is said after it
 
@@ -54,9 +56,9 @@ private:
 
     bool prepareResume(); // false: the attempt has ended
     void sendRequest();
-    void forgetSource(); // the source file begins again at byte 0
-    void judgeAnswer();  // by its head; decides about the body, ends the attempt or asks again
-    void beginSource(const QString &contentType, qint64 total);
+    void endWithSourceError();
+    void judgeAnswer(); // by its head; decides about the body, ends the attempt or asks again
+    void beginSource(const AnswerHead &head, qint64 total);
     void storeAvailable();
     void endWell();
     void endWith(qint32 error);

@@ -1,6 +1,9 @@
 #include "sourcefile.h"
 
 #include "downloaderror.h"
+#include "platform.h"
+
+#include <QThread>
 
 QString SourceFile::pathFor(const QString &folder, const QString &guid, bool converted,
                             const QString &extension)
@@ -30,15 +33,47 @@ qint32 SourceFile::downloadError(QFile::FileError error)
 bool SourceFile::open(const QString &path)
 {
     close();
+    m_refusal.clear();
     m_file.setFileName(path);
     return done(m_file.open(QIODevice::ReadWrite | QIODevice::Unbuffered));
 }
 
-bool SourceFile::begin(const QString &path)
+bool SourceFile::prepare(const QString &path, qint64 length)
 {
+    const bool isNew = !QFile::exists(path);
+    if (!open(path))
+        return false;
+    if (reserve(length))
+        return true;
     close();
-    m_file.setFileName(path);
-    return done(m_file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered));
+    if (isNew)
+        QFile::remove(path); // of no use to anybody, and small
+    return false;
+}
+
+bool SourceFile::empty()
+{
+    if (m_file.size() == 0)
+        return continueAt(0);
+    // This gives the room back as well. Whoever takes it in between makes a write fail.
+    const qint64 length = m_reserved;
+    if (!continueAt(0))
+        return false;
+    if (!reserve(length))
+        m_refusal.clear();
+    return true;
+}
+
+bool SourceFile::reserve(qint64 length)
+{
+    m_reserved = qMax(m_reserved, length);
+    const QThread *thread = QThread::currentThread();
+    m_refusal = platform::reserveRoom(m_file.handle(), length,
+                                      [thread] { return !thread->isInterruptionRequested(); });
+    if (m_refusal.isEmpty())
+        return true;
+    m_error = QFile::WriteError;
+    return false;
 }
 
 bool SourceFile::continueAt(qint64 offset)
@@ -69,6 +104,9 @@ bool SourceFile::close()
 {
     if (!m_file.isOpen())
         return true;
+    if (m_reserved > m_file.size())
+        m_file.resize(m_file.size()); // room that is not given back costs nothing but room
+    m_reserved = 0;
     m_file.close();
     // Some file systems tell only now that a write has failed.
     if (m_file.error() == QFile::NoError)

@@ -15,8 +15,14 @@ public:
     // The DownloadError that stands for an error of a file.
     static qint32 downloadError(QFile::FileError error);
 
-    bool open(const QString &path);  // to go on with it
-    bool begin(const QString &path); // made or emptied
+    bool open(const QString &path); // to go on with it
+    // Afresh, in two steps. The first leaves what is there as it is: it asks for the room of a
+    // file of that length, -1 when unknown. The second empties the file.
+    bool prepare(const QString &path, qint64 length);
+    bool empty();
+    // False: the disk cannot hold a file of that length, and refusal() says why. A file system that
+    // cannot tell is no reason to stop. What is not written is given back by close().
+    bool reserve(qint64 length);
     // What lies behind the offset goes, and the next bytes are appended there.
     bool continueAt(qint64 offset);
     bool append(const QByteArray &bytes);
@@ -24,10 +30,13 @@ public:
     bool close(); // false: the system could not keep what was appended
     qint64 size() const { return m_file.size(); }
     QFile::FileError error() const { return m_error; }
+    QString refusal() const { return m_refusal; } // empty: nothing was refused
 
 private:
     bool done(bool success);
 
     QFile m_file;
     QFile::FileError m_error = QFile::NoError; // of the last operation that failed
+    QString m_refusal;
+    qint64 m_reserved = 0; // length that room was asked for
 };

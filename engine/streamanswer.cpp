@@ -5,11 +5,49 @@
 
 #include <QNetworkReply>
 
+#include <algorithm>
+
+namespace {
+
+// Sent back and stored as it came, so it has to be what it should be.
+bool isHeaderText(const QByteArray &text)
+{
+    constexpr int longest = 1024;
+    const auto isPlain = [](char c) { return c >= ' ' && c <= '~'; };
+    return !text.isEmpty() && text.size() <= longest &&
+           std::all_of(text.begin(), text.end(), isPlain);
+}
+
+// One tag in quotes; those that begin with W/ promise the same picture, not the same bytes.
+bool isStrongTag(const QByteArray &etag)
+{
+    return etag.size() > 2 && etag.startsWith('"') && etag.indexOf('"', 1) == etag.size() - 1 &&
+           isHeaderText(etag);
+}
+
+// False when the answer belongs to another version than the validator does.
+bool mayBelongTo(const QByteArray &validator, const AnswerHead &head)
+{
+    if (validator.startsWith('"'))
+        return !isStrongTag(head.etag) || head.etag == validator;
+    return validator.isEmpty() || head.lastModified.isEmpty() || head.lastModified == validator;
+}
+
+} // namespace
+
+QByteArray AnswerHead::validator() const
+{
+    if (isStrongTag(etag))
+        return etag;
+    return isHeaderText(lastModified) ? lastModified : QByteArray();
+}
+
 StreamAnswer StreamAnswer::to(const StreamQuestion &question, const AnswerHead &head)
 {
     const bool resumed = question.offset > 0;
     const qint64 told = head.range.total;
-    const bool sameFile = told < 0 || question.total < 0 || told == question.total;
+    const bool sameFile = (told < 0 || question.total < 0 || told == question.total) &&
+                          mayBelongTo(question.validator, head);
     // An answer that cannot take the place of what is here is no reason to give that up: the job
     // tries again.
     const StreamAnswer notNow{Fail, -1, QNetworkReply::UnknownContentError};

@@ -13,14 +13,21 @@ struct AnswerHead
     qint64 length = -1; // bytes of the body, -1 when it is not told
     ContentRange range;
     QByteArray encoding; // of the body; empty or "identity" for the plain bytes
+    QByteArray etag = {};
+    QByteArray lastModified = {};
+
+    // What tells this version of the stream from every other: the entity tag, when it promises the
+    // same bytes, or else the date. Empty when there is neither.
+    QByteArray validator() const;
 };
 
 // What the answer was asked for, and what is here already.
 struct StreamQuestion
 {
-    qint64 offset = 0; // first byte asked for; 0: the whole stream
-    qint64 held = 0;   // bytes in the source file
-    qint64 total = -1; // bytes of the whole stream, -1 when unknown
+    qint64 offset = 0;         // first byte asked for; 0: the whole stream
+    qint64 held = 0;           // bytes in the source file
+    qint64 total = -1;         // bytes of the whole stream, -1 when unknown
+    QByteArray validator = {}; // of the stream that is held; empty when unknown
 };
 
 // What to do about an answer. Told from its head alone, before a byte of the file is touched.

@@ -13,18 +13,21 @@
 #include <QElapsedTimer>
 #include <QSignalSpy>
 
+#include <sys/stat.h>
+
 namespace {
 
 constexpr qint64 size = 300000;
 constexpr qint64 half = 150000;
 
-HttpResponse partial(qint64 first, qint64 bytes)
+HttpResponse partial(qint64 first, qint64 bytes, qint64 total = size)
 {
     HttpResponse response = HttpResponse::text(pattern(first, bytes), "video/mp4");
     response.status = 206;
     response.honourRange = false;
     response.headers = {{"Content-Range", "bytes " + QByteArray::number(first) + '-' +
-                                              QByteArray::number(first + bytes - 1) + "/300000"}};
+                                              QByteArray::number(first + bytes - 1) + '/' +
+                                              QByteArray::number(total)}};
     return response;
 }
 
@@ -80,6 +83,11 @@ private slots:
         const StreamQuestion again{0, 20, 30}; // the whole once more, with 20 bytes here
         const StreamQuestion rest{20, 20, 30};
         const StreamQuestion restOfUnknown{20, 20, -1};
+        const StreamQuestion tagged{20, 20, 30, "\"a\""};
+        const StreamQuestion dated{20, 20, 30, "Mon"};
+        const auto part = [](const char *etag, const char *lastModified) {
+            return AnswerHead{206, "video/mp4"_q, 10, {20, 30}, {}, etag, lastModified};
+        };
         const auto head = [](int status, const char *type, qint64 length, const char *range = "",
                              const char *encoding = "") {
             return AnswerHead{status, QString::fromLatin1(type), length, parseContentRange(range),
@@ -128,6 +136,12 @@ private slots:
             {__LINE__, rest, head(200, "text/html; charset=x", 30), {A::Fail, -1, notNow}},
             {__LINE__, {30, 30, -1}, head(416, "", 0, "bytes */30"), {A::Complete, 30}},
             {__LINE__, rest, head(416, "", 0, "bytes */20"), {A::StartOver}},
+            {__LINE__, tagged, part("\"a\"", "Tue"), {A::Append, 30}},
+            {__LINE__, tagged, part("W/\"b\"", "Tue"), {A::Append, 30}},
+            {__LINE__, tagged, part("\"b\"", "Mon"), {A::StartOver}},
+            {__LINE__, dated, part("\"b\"", "Mon"), {A::Append, 30}},
+            {__LINE__, dated, part("", ""), {A::Append, 30}},
+            {__LINE__, dated, part("\"b\"", "Tue"), {A::StartOver}},
             {__LINE__, restOfUnknown, head(416, "", 0, "bytes */30"), {A::StartOver}},
         };
         for (const auto &row : rows) {
@@ -136,6 +150,10 @@ private slots:
                          answer.code == row.answer.code,
                      qPrintable("line %1"_q.arg(row.line)));
         }
+        QCOMPARE(part("\"a\"", "Mon").validator(), QByteArray("\"a\""));
+        for (const char *unfit : {"", "W/\"a\"", "a", "\"a", "\"a\", \"b\"", "\"\xe4\""})
+            QCOMPARE(part(unfit, "Mon").validator(), QByteArray("Mon"));
+        QCOMPARE(part("", "Mo\tn").validator(), QByteArray());
     }
 
     void answers_data()
@@ -217,11 +235,58 @@ private slots:
     void fileErrorsHaveTheirCodes()
     {
         SourceFile file;
-        QVERIFY(file.begin("/dev/full"_q));
+        QVERIFY(file.prepare("/dev/full"_q, -1));
         QVERIFY(!file.append("bytes"));
         QCOMPARE(SourceFile::downloadError(file.error()), qint32(FileWriteError));
-        QVERIFY(!file.begin(m_sandbox.path("missing/x"_q)));
+        QVERIFY(!file.prepare(m_sandbox.path("missing/x"_q), -1));
         QCOMPARE(SourceFile::downloadError(file.error()), qint32(FileOpenError));
+    }
+
+    void roomIsAskedForAndGivenBack()
+    {
+        const QString path = m_sandbox.outputFolder() + "room"_q;
+        const auto room = [&] { // bytes that the file takes on the disk
+            struct stat status = {};
+            return ::stat(QFile::encodeName(path).constData(), &status) == 0
+                       ? status.st_blocks * 512LL
+                       : -1;
+        };
+        SourceFile file;
+        QVERIFY(file.prepare(path, 5000000) && file.empty() && file.append("bytes"));
+        QVERIFY(room() >= 5000000);
+        QVERIFY(file.close());
+        QVERIFY(room() < 1000000);
+        QCOMPARE(readFile(path), QByteArray("bytes"));
+    }
+
+    // More than any disk can hold.
+    void refusedRoomLeavesWhatIsHere()
+    {
+        constexpr qint64 huge = 1LL << 60;
+        HttpResponse whole = EngineFixture::stream(size);
+        whole.honourRange = false;
+        whole.declaredLength = huge;
+        for (const HttpResponse &answer : {partial(half, half, huge), whole}) {
+            m_site.server.setResponses("/stream", {answer, EngineFixture::stream(size)});
+            const auto job = m_site.interruptedJob(half, half, -1);
+            job->start();
+            QTRY_COMPARE(job->record.video_state, JobState::Errored);
+            const QStringList log = m_sandbox.logLines();
+            QCOMPARE(log.last(), "Download:Error(1003)"_q);
+            QVERIFY(log.at(log.size() - 2).startsWith("Download:Failed("_q));
+            QVERIFY(isPattern(job->record.video_mame, half));
+            job->start();
+            QTRY_COMPARE(job->record.video_state, JobState::Finished);
+            QVERIFY(isPattern(job->record.output_name, size));
+            QCOMPARE(m_site.server.requests("/stream").last().header("Range"),
+                     QByteArray("bytes=150000-"));
+        }
+        m_site.clear();
+        m_site.server.setResponse("/stream", whole);
+        const auto job = m_site.newJob();
+        job->start();
+        QTRY_COMPARE(job->record.video_state, JobState::Errored);
+        QCOMPARE(m_site.outputFiles(), QStringList());
     }
 
     void resumed_data()
