@@ -45,7 +45,8 @@ bool Cookies::parseReply(const QNetworkReply *reply)
 // them back. Attributes like path and expiry belong to no request.
 QString Cookies::folded(const QByteArray &headerValue)
 {
-    const QString value = QString::fromLatin1(headerValue);
+    // A carriage return within a line is nothing to the network layer, but ends a line for others.
+    const QString value = QString::fromLatin1(headerValue).remove(QLatin1Char('\r'));
     if (!value.contains(QLatin1Char('\n')))
         return value;
     QStringList pairs;

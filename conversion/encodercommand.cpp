@@ -99,7 +99,7 @@ QString encoderOutputPath(const QString &folder, const QString &guid, const Save
         const QString name = replaceAll(item.display, QStringLiteral("\\"), QStringLiteral(" "));
         base += sanitizeFileName(QStringLiteral(" - %1(%2)").arg(name, dimension));
     }
-    const QString suffix = QLatin1Char('.') + item.ext;
+    const QString suffix = QLatin1Char('.') + sanitizeFileName(item.ext);
     return folder + fittingBaseName(base, suffix) + suffix;
 }
 

@@ -21,9 +21,9 @@ test=(
     clang-format clang-tidy
     clang libclang-rt-dev # the sanitizers' and libFuzzer's compiler
     curl
-    dbus dbus-x11       # buses of the tests' own, for stand-ins of the system's services
-    trayer dunst        # a tray and a notification service
-    procps util-linux
+    dbus-daemon dbus-bin # buses of the tests' own, for stand-ins of the system's services
+    trayer dunst         # a tray and a notification service
+    procps
     libsm-dev libice-dev # a manager of the session
 )
 
