@@ -79,6 +79,7 @@ void DownloadItem::drawDisplay(QPainter *painter, const QStyleOptionViewItem &op
     cell.displayAlignment = Qt::AlignLeft | Qt::AlignVCenter | Qt::AlignAbsolute;
     cell.features &= ~QStyleOptionViewItem::WrapText;
     cell.palette.setColor(QPalette::Highlight, m_themeColor);
+    cell.textElideMode = Qt::ElideRight;
     QString lines = text;
     lines.replace(QLatin1Char('\n'), QChar(QChar::LineSeparator));
     QItemDelegate::drawDisplay(painter, cell, rect, lines);

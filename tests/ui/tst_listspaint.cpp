@@ -21,7 +21,7 @@ static QImage paint(int column, const QString &text, bool selected = false)
     option.state = QStyle::State_Enabled;
     option.state.setFlag(QStyle::State_Selected, selected);
     option.showDecorationSelected = true;
-    option.textElideMode = Qt::ElideRight;
+    option.textElideMode = Qt::ElideNone;
     option.features = QStyleOptionViewItem::WrapText;
     option.palette.setColor(QPalette::HighlightedText, Qt::white);
     QPainter painter(&image);

@@ -269,10 +269,12 @@ private slots:
         QCOMPARE(countdown.exec(), int(QDialog::Accepted)); // by itself
         DownloaderManager manager(testSurroundings());
         JobNotifications notifications(manager, *Options::instance(), nullptr);
+        int countdowns = 0;
         const auto shutDown = [&](bool wanted, const QString &button) {
             const ModalDriver person("DlgShutDown", ModalDriver::press(button));
             Options::instance()->shutDownWhenAllFinished = wanted;
             notifications.allEnded();
+            countdowns += person.seen();
             return m_sandbox.logLines().contains("CloseSystem:Enter"_q);
         };
         QVERIFY(!shutDown(false, "btnShutdown"_q));
@@ -281,6 +283,7 @@ private slots:
         QVERIFY(!shutDown(true, "btnShutdown"_q));
         job->record.video_state = JobState::Errored;
         QVERIFY(shutDown(true, "btnShutdown"_q));
+        QCOMPARE(countdowns, 2);
     }
 
     void nothingOpensAboveTheCountdown()
