@@ -19,10 +19,19 @@ void JobNotifications::jobEnded(int id)
     if (!job || !m_options.notifyWhenFinished)
         return;
     const QString title = job->record.title;
+    const auto icon = QSystemTrayIcon::Information;
     if (job->record.video_state == JobState::Finished)
-        emit balloon(tr("Download Finished"), tr("The video \"%1\" is  completed.").arg(title));
+        emit balloon(tr("Download Finished"), tr("The video \"%1\" is  completed.").arg(title),
+                     icon);
     else
-        emit balloon(tr("Download Failed"), tr("Failed to download \"%1\".").arg(title));
+        emit balloon(tr("Download Failed"), tr("Failed to download \"%1\".").arg(title), icon);
+}
+
+void JobNotifications::savingFails(const QString &path)
+{
+    emit balloon(tr("Cannot Save"),
+                 tr("The download list cannot be saved to \"%1\". It is tried again.").arg(path),
+                 QSystemTrayIcon::Warning);
 }
 
 void JobNotifications::allEnded()

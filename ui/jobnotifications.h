@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QSystemTrayIcon>
 
 class DownloaderManager;
 class Options;
@@ -19,12 +20,13 @@ public:
     JobNotifications(const DownloaderManager &manager, const Options &options, QWidget *window);
 
     void jobEnded(int id); // an unknown id is ignored
-    void allEnded();       // may run the countdown dialog
+    void savingFails(const QString &path);
+    void allEnded(); // may run the countdown dialog
     // While it counts nothing may open above it: the person has to see it.
     bool isCountingDown() const { return m_countingDown; }
 
 signals:
-    void balloon(const QString &title, const QString &text);
+    void balloon(const QString &title, const QString &text, QSystemTrayIcon::MessageIcon icon);
     void countingDown(bool now);
     void cancelled(); // after the countdown; the computer stays on
 

@@ -5,7 +5,6 @@
 #include "dlgabout.h"
 #include "dlgsettings.h"
 #include "downloadermanager.h"
-#include "joblists.h"
 #include "jobnotifications.h"
 #include "messagebox.h"
 #include "newdownload.h"
@@ -20,27 +19,23 @@
 #include <QClipboard>
 #include <QCloseEvent>
 #include <QContextMenuEvent>
-#include <QGuiApplication>
 #include <QShortcut>
-#include <QTimer>
 #include <QUrl>
-#include <QWindow>
 
 static const int refreshInterval = 1000; // milliseconds
 static const int saveInterval = 30000;   // milliseconds
 
 MainWindow::MainWindow(bool show, QWidget *parent, const std::function<bool()> &sessionEnds)
-    : QMainWindow(parent)
-    , m_ui(std::make_unique<Ui::MainWindow>())
+    : ListsWindow(parent)
     , m_stores(std::make_unique<Stores>())
     , m_exit(*this, m_stores->options)
-    , m_layout(*m_ui)
-    , m_state(m_stores->options, *this, *m_ui)
+    , m_state(m_stores->options, *this, form())
 {
     updateScripts(m_stores->options, m_stores->info);
     if (sessionEnds())
         return;
-    buildForm();
+    buildForm(m_stores->manager, m_stores->options, m_stores->info.themeColor);
+    m_stores->scripts.loadScripts(m_stores->options.jsPath);
     setMainWindow(this);
     m_stores->options.ensureOutputFolder();
     if (!m_stores->load()) {
@@ -50,21 +45,17 @@ MainWindow::MainWindow(bool show, QWidget *parent, const std::function<bool()> &
     if (sessionEnds())
         return;
     makeHelpers();
-    connectForm();
+    connectCommands();
     connectJobs();
-    m_lists->fillViews();
+    fillLists();
     startTimers();
     m_stores->manager.resumeRunning();
-    onDownloadListSelectionChanged();
     onFinisedListSelectionChanged();
     updateDownloadList();
     m_state.restorePlace();
-    m_layout.place(size());
+    place(size());
     m_state.restoreColumns();
-    if (m_ui->tabWidget->currentIndex() == 0)
-        m_ui->btnNewDownload->setFocus(Qt::OtherFocusReason);
-    else
-        m_ui->btnOpenFolder->setFocus(Qt::OtherFocusReason);
+    focusFirstButton();
     buildTray();
     if (show)
         this->show();
@@ -78,22 +69,13 @@ MainWindow::~MainWindow()
     // Nothing that still happens while the jobs are stopped may reach the window.
     m_stores->manager.disconnect(this);
     QGuiApplication::clipboard()->disconnect(this);
-    delete m_refreshTimer;
-    delete m_saveTimer;
+    m_refreshTimer.stop();
+    m_saveTimer.stop();
     setMainWindow(nullptr);
 
     m_notifications.reset();
     m_newDownload.reset();
     m_stores.reset();
-}
-
-void MainWindow::buildForm()
-{
-    m_ui->setupUi(this);
-    const QColor themeColor = m_stores->info.themeColor;
-    m_ui->listViewDownloading->init(m_stores->manager, m_stores->options, themeColor);
-    m_ui->listViewFinished->init(m_stores->manager, m_stores->options, themeColor);
-    m_stores->scripts.loadScripts(m_stores->options.jsPath);
 }
 
 void MainWindow::makeHelpers()
@@ -103,36 +85,24 @@ void MainWindow::makeHelpers()
         ClipboardWatch::Rules{m_stores->info, m_stores->options,
                               [this] { return clipboardMoment(); },
                               [this](const QString &address) { openNewDownload(address); }});
-    m_lists = std::make_unique<JobLists>(m_stores->manager, *m_ui->listViewDownloading,
-                                         *m_ui->listViewFinished);
     m_notifications =
         std::make_unique<JobNotifications>(m_stores->manager, m_stores->options, this);
     m_newDownload =
         std::make_unique<NewDownload>(NewDownloadSurroundings{m_stores->options, m_stores->profiles,
                                                               m_stores->scripts, m_stores->info},
-                                      &m_stores->manager, m_ui->listViewDownloading, this);
+                                      &m_stores->manager, form().listViewDownloading, this);
 }
 
-void MainWindow::connectForm()
+void MainWindow::connectCommands()
 {
     const auto onClick = [this](QPushButton *button, void (MainWindow::*slot)()) {
         connect(button, &QPushButton::clicked, this, slot);
     };
-    onClick(m_ui->btnStart, &MainWindow::onStart);
-    onClick(m_ui->btnPause, &MainWindow::onPause);
-    onClick(m_ui->btnDownloadDelete, &MainWindow::onDownloadDelete);
-    onClick(m_ui->btnNewDownload, &MainWindow::onNewDownload);
-    connect(m_ui->listViewDownloading, &QTableWidget::itemSelectionChanged, this,
-            &MainWindow::onDownloadListSelectionChanged);
-    onClick(m_ui->btnOpenFolder, &MainWindow::onOpenFolder);
-    onClick(m_ui->btnPlay, &MainWindow::onPlay);
-    onClick(m_ui->btnFinishedDelete, &MainWindow::onFinishedDelete);
-    onClick(m_ui->btnRename, &MainWindow::onRename);
-    connect(m_ui->listViewFinished, &QTableWidget::itemSelectionChanged, this,
-            &MainWindow::onFinisedListSelectionChanged);
-    onClick(m_ui->btnSettings, &MainWindow::onSettings);
-    onClick(m_ui->btnHelp, &MainWindow::onHelp);
-    onClick(m_ui->btnAbout, &MainWindow::onAbout);
+    onClick(form().btnNewDownload, &MainWindow::onNewDownload);
+    onClick(form().btnOpenFolder, &MainWindow::onOpenFolder);
+    onClick(form().btnSettings, &MainWindow::onSettings);
+    onClick(form().btnHelp, &MainWindow::onHelp);
+    onClick(form().btnAbout, &MainWindow::onAbout);
     // On both tabs; and the only other way out is the tray's menu, which not every desktop shows.
     const auto onKey = [this](QKeySequence::StandardKey key, void (MainWindow::*slot)()) {
         connect(new QShortcut(QKeySequence(key), this), &QShortcut::activated, this, slot);
@@ -155,19 +125,12 @@ void MainWindow::connectJobs()
             Qt::QueuedConnection);
     // A crash must not lose what was just asked for, nor what was just done.
     connect(manager, &DownloaderManager::sigJobsChanged, this, &MainWindow::saveDownloadList);
-    connect(&m_stores->saver, &JobSaver::sigSavingFails, this, [this] {
-        showTrayMessage(tr("Cannot Save"),
-                        tr("The download list cannot be saved to \"%1\". It is tried again.")
-                            .arg(m_stores->database.path()),
-                        QSystemTrayIcon::Warning);
-    });
     const JobNotifications *notifications = m_notifications.get();
-    connect(notifications, &JobNotifications::balloon, this,
-            [this](const QString &title, const QString &text) {
-                showTrayMessage(title, text, QSystemTrayIcon::Information);
-            });
+    connect(&m_stores->saver, &JobSaver::sigSavingFails, notifications,
+            [this] { m_notifications->savingFails(m_stores->database.path()); });
+    connect(notifications, &JobNotifications::balloon, this, &MainWindow::showTrayMessage);
     connect(notifications, &JobNotifications::countingDown, this, [this](bool now) {
-        m_ui->btnSettings->setEnabled(!now);
+        form().btnSettings->setEnabled(!now);
         onShowContextMenu();
     });
     connect(notifications, &JobNotifications::cancelled, this,
@@ -176,12 +139,10 @@ void MainWindow::connectJobs()
 
 void MainWindow::startTimers()
 {
-    m_refreshTimer = new QTimer(this);
-    connect(m_refreshTimer, &QTimer::timeout, this, &MainWindow::updateDownloadList);
-    m_refreshTimer->start(refreshInterval);
-    m_saveTimer = new QTimer(this);
-    connect(m_saveTimer, &QTimer::timeout, this, &MainWindow::saveDownloadList);
-    m_saveTimer->start(saveInterval);
+    connect(&m_refreshTimer, &QTimer::timeout, this, &MainWindow::updateDownloadList);
+    m_refreshTimer.start(refreshInterval);
+    connect(&m_saveTimer, &QTimer::timeout, this, &MainWindow::saveDownloadList);
+    m_saveTimer.start(saveInterval);
 }
 
 void MainWindow::buildTray()
@@ -198,7 +159,7 @@ void MainWindow::buildTray()
     platform::watchTray(this, [this](bool there) {
         m_trayIcon->setTrayThere(there);
         if (m_exit.trayChanged(m_trayIcon->isShown()))
-            tellOfBackground();
+            m_trayIcon->tellOfBackground();
     });
 }
 
@@ -220,10 +181,7 @@ void MainWindow::openNewDownload(const QString &url)
 
 void MainWindow::updateDownloadList()
 {
-    m_lists->updateViews();
-    m_layout.showCounts(m_ui->listViewDownloading->rowCount(), m_ui->listViewFinished->rowCount());
-    // A selected job may have ended by itself.
-    onDownloadListSelectionChanged();
+    updateLists();
 }
 
 void MainWindow::saveDownloadList()
@@ -231,60 +189,14 @@ void MainWindow::saveDownloadList()
     m_stores->saver.save();
 }
 
-void MainWindow::onStart()
-{
-    m_ui->listViewDownloading->onStart();
-}
-
-void MainWindow::onPause()
-{
-    m_ui->listViewDownloading->onPause();
-}
-
-void MainWindow::onDownloadDelete()
-{
-    m_ui->listViewDownloading->onDelete();
-}
-
 void MainWindow::onNewDownload()
 {
     openNewDownload(QString());
 }
 
-void MainWindow::onDownloadListSelectionChanged()
-{
-    const DownloadTableWidget *list = m_ui->listViewDownloading;
-    m_ui->btnStart->setEnabled(list->canStart(true));
-    m_ui->btnPause->setEnabled(list->canPause(true));
-    m_ui->btnDownloadDelete->setEnabled(list->hasSelection());
-}
-
-void MainWindow::onPlay()
-{
-    m_ui->listViewFinished->onPlay();
-}
-
-void MainWindow::onFinishedDelete()
-{
-    m_ui->listViewFinished->onDelete();
-}
-
-void MainWindow::onRename()
-{
-    m_ui->listViewFinished->onRename();
-}
-
 void MainWindow::onOpenFolder()
 {
     m_stores->options.openOutputFolder();
-}
-
-void MainWindow::onFinisedListSelectionChanged()
-{
-    const FinishedTableWidget *list = m_ui->listViewFinished;
-    m_ui->btnPlay->setEnabled(list->hasSingleSelection());
-    m_ui->btnRename->setEnabled(list->hasSingleSelection());
-    m_ui->btnFinishedDelete->setEnabled(list->hasSelection());
 }
 
 void MainWindow::onSettings()
@@ -321,7 +233,7 @@ void MainWindow::onPauseAll()
 
 void MainWindow::onShowContextMenu()
 {
-    const DownloadTableWidget *list = m_ui->listViewDownloading;
+    const DownloadTableWidget *list = form().listViewDownloading;
     m_trayIcon->setEnabled({list->canStart(false), list->canPause(false),
                             !m_settingsOpen && !m_notifications->isCountingDown(),
                             !m_exit.queryOpen()});
@@ -390,10 +302,9 @@ void MainWindow::onEndSession()
 
 void MainWindow::onClose()
 {
-    if (!m_exit.exiting() || !m_refreshTimer)
+    if (!m_exit.exiting() || !m_refreshTimer.isActive())
         return;
-    delete m_refreshTimer;
-    m_refreshTimer = nullptr;
+    m_refreshTimer.stop();
     m_state.finish();
 }
 
@@ -412,7 +323,7 @@ bool MainWindow::event(QEvent *event)
         m_trayIcon->menu().popup(static_cast<QContextMenuEvent *>(event)->globalPos());
         return true;
     }
-    return QMainWindow::event(event);
+    return ListsWindow::event(event);
 }
 
 void MainWindow::closeEvent(QCloseEvent *event)
@@ -425,20 +336,6 @@ void MainWindow::closeEvent(QCloseEvent *event)
         return;
     }
     if (m_exit.sendToBackground())
-        tellOfBackground();
+        m_trayIcon->tellOfBackground();
     event->ignore();
-}
-
-void MainWindow::tellOfBackground()
-{
-    showTrayMessage(QString(),
-                    tr("Corvane Reelkeeper will continue to run in the background. You can click "
-                       "this icon to open it again."),
-                    QSystemTrayIcon::Information);
-}
-
-void MainWindow::resizeEvent(QResizeEvent *event)
-{
-    QMainWindow::resizeEvent(event);
-    m_layout.place(event->size());
 }

@@ -2,31 +2,25 @@
 
 #include "clipboardwatch.h"
 #include "exitcontrol.h"
-#include "windowlayout.h"
+#include "listswindow.h"
 #include "windowstate.h"
 
-#include <QMainWindow>
 #include <QString>
 #include <QSystemTrayIcon>
+#include <QTimer>
 
 #include <functional>
 #include <memory>
 
-class JobLists;
 class JobNotifications;
 class NewDownload;
-class QTimer;
 class Stores;
 class TrayIcon;
-
-namespace Ui {
-class MainWindow;
-}
 
 // The program's window and its controller. Building it is the program's start-up: it loads the
 // settings, updates the site scripts, opens the job list and starts what was running; destroying it
 // saves all and releases the process-wide objects.
-class MainWindow final : public QMainWindow
+class MainWindow final : public ListsWindow
 {
     Q_OBJECT
     Q_DISABLE_COPY(MainWindow)
@@ -52,16 +46,8 @@ public slots:
     void updateDownloadList();
     void saveDownloadList();
     void onClose();
-    void onStart();
-    void onPause();
-    void onDownloadDelete();
     void onNewDownload();
-    void onDownloadListSelectionChanged();
-    void onPlay();
-    void onFinishedDelete();
-    void onRename();
     void onOpenFolder();
-    void onFinisedListSelectionChanged();
     void onSettings();
     void onHelp();
     void onAbout();
@@ -83,26 +69,20 @@ private slots:
 protected:
     bool event(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
-    void resizeEvent(QResizeEvent *event) override;
 
 private:
-    void buildForm();
     void makeHelpers();
-    void connectForm();
+    void connectCommands();
     void connectJobs();
     void startTimers();
     void buildTray();
-    void tellOfBackground();
     ClipboardWatch::Moment clipboardMoment() const;
 
-    std::unique_ptr<Ui::MainWindow> m_ui;
     std::unique_ptr<Stores> m_stores; // what follows refers to it
-    std::unique_ptr<JobLists> m_lists;
     ExitControl m_exit;
-    WindowLayout m_layout;
     WindowState m_state;
-    QTimer *m_refreshTimer = nullptr;
-    QTimer *m_saveTimer = nullptr;
+    QTimer m_refreshTimer; // stopped once a real close has begun
+    QTimer m_saveTimer;
     std::unique_ptr<ClipboardWatch> m_clipboardWatch;
     bool m_settingsOpen = false;
     std::unique_ptr<NewDownload> m_newDownload;

@@ -50,3 +50,11 @@ void TrayIcon::showBalloon(const QString &title, const QString &text,
     if (m_icon)
         m_icon->showMessage(title, text, icon, seconds * 1000);
 }
+
+void TrayIcon::tellOfBackground()
+{
+    showBalloon(QString(),
+                tr("Corvane Reelkeeper will continue to run in the background. You can click this "
+                   "icon to open it again."),
+                QSystemTrayIcon::Information);
+}

@@ -36,8 +36,8 @@ public:
     void setTrayThere(bool there);
     bool isShown() const { return m_icon != nullptr; }
     // A balloon that stays for as long as the settings say; nothing while there is no icon.
-    void showBalloon(const QString &title, const QString &text,
-                     QSystemTrayIcon::MessageIcon icon = QSystemTrayIcon::Information);
+    void showBalloon(const QString &title, const QString &text, QSystemTrayIcon::MessageIcon icon);
+    void tellOfBackground(); // where the hidden window has gone
 
 private:
     const Options &m_options;

@@ -228,9 +228,11 @@ private slots:
     void sessionThatEndsDuringTheStartEndsIt()
     {
         storeJobs({JobState::Start});
-        const MainWindow window(true, nullptr, [] { return true; });
-        QVERIFY(!window.isVisible());
-        QVERIFY(!DownloaderManager::instance()->findJob(1));
+        {
+            const MainWindow window(true, nullptr, [] { return true; });
+            QVERIFY(!window.isVisible());
+        }
+        QCOMPARE(storedPages(), QStringList({"-"_q, "1"_q}));
     }
 
     void listsFollowTheWindowBehindTheOtherTab()
