@@ -3,6 +3,7 @@
 #include "literals.h"
 #include "options.h"
 #include "simpledownload.h"
+#include "siteprofile.h"
 #include "testmain.h"
 
 #include <QDir>
@@ -27,6 +28,7 @@ private slots:
     void init()
     {
         m_options.jsVersion = installedVersion;
+        m_options.save();
         QVERIFY(QDir(m_sandbox.scriptFolder()).removeRecursively());
         QVERIFY(writeFile(file("site.a"), "old a"));
         QVERIFY(writeFile(file("site.b"), "old b"));
@@ -91,9 +93,32 @@ private slots:
             }
             QVERIFY(log.last().startsWith("Check update:"_q) &&
                     log.last().contains(QLatin1String(row.log)));
+            m_options.load(); // what the next start will know
             QCOMPARE(m_options.jsVersion, row.why ? installedVersion : row.version);
             QCOMPARE(readFile(file("site.a")) + ',' + readFile(file("site.b")), row.scripts);
             QVERIFY(!QFile::exists(file("Profile.xml")));
+        }
+    }
+
+    void manifestsAreTold()
+    {
+        const QString path = m_sandbox.path("manifest"_q);
+        QCOMPARE(SiteProfile().load(path), -1); // is not there
+        const struct
+        {
+            const char *content;
+            int code;
+        } cases[] = {
+            {"<js version='' size='1' path='p'/>", 0},
+            {"<js version='-9' size='' path=''/><other/>", -9},
+            {"<js version='1' size='1'/>", -3},
+            {"<sites><domain name='d'><f des='' name='n'/><!-- --></domain></sites>", -4},
+            {"<js version='1' size='1' path='p'/><sites><other/></sites>", -4},
+            {"<sites><domain name='d'><f des='' name='n'/></domain></sites>", -5},
+        };
+        for (const auto &row : cases) {
+            QVERIFY(writeFile(path, QByteArray("<p>") + row.content + "</p>"));
+            QCOMPARE(SiteProfile().load(path), row.code);
         }
     }
 
@@ -124,6 +149,7 @@ private slots:
         HttpResponse stalled = HttpResponse::text("new bytes");
         stalled.stallAfter = 3;
         m_server->setResponse("/stalled", stalled);
+        m_server->setResponse("/empty", HttpResponse::text(""));
         HttpResponse slow = HttpResponse::text("new bytes");
         slow.bytesPerSecond = 20;
         m_server->setResponse("/slow", slow);
@@ -134,6 +160,7 @@ private slots:
         };
         QVERIFY(!fetch(m_server->url("/stalled"_q), "site.a"));
         QVERIFY(!fetch(QUrl::fromLocalFile(file("site.b")).toString(), "site.a"));
+        QVERIFY(!fetch(m_server->url("/empty"_q), "site.a"));
         QVERIFY(!fetch(good, "missing/site.a"));
         QVERIFY(QFile::remove(file("site.a_temp")));
         QVERIFY(QFile::link("/dev/full"_q, file("site.a_temp"))); // a full disk
