@@ -7,6 +7,7 @@
 #include "logfile.h"
 #include "options.h"
 #include "trace.h"
+#include "validatortable.h"
 
 #include <QFile>
 #include <QSqlError>
@@ -110,6 +111,7 @@ bool WebDatabase::Read(const TakeJob &takeJob)
 {
     // Until all of it is read, nothing may be written in its place.
     m_unread = true;
+    const QHash<QString, QString> validators = ValidatorTable(m_file.database()).read();
     QSqlQuery query(m_file.database());
     query.setForwardOnly(true);
     if (!query.exec(JobRow::selectStatement())) {
@@ -121,7 +123,9 @@ bool WebDatabase::Read(const TakeJob &takeJob)
     // The first row is the version row, whatever it holds.
     m_version = query.next() ? query.value(0).toInt() : 0;
     const FillRecord fill = [&](JobRecord &record, const OutputProfileManager &profiles) {
-        return record.loadRow(query, m_version, profiles);
+        const bool stays = record.loadRow(query, m_version, profiles);
+        record.validator = validators.value(record.guid);
+        return stays;
     };
     while (query.next()) {
         if (!takeJob(fill))
@@ -205,8 +209,12 @@ bool WebDatabase::WriteAll(const Records &records)
     }
     QSqlQuery insertion(database);
     insertion.prepare(JobRow::insertStatement()); // what is wrong with it, each row says
-    for (const JobRecord *record : records)
+    ValidatorTable validators(database);
+    validators.clear();
+    for (const JobRecord *record : records) {
         record->insertRow(insertion); // a row that fails is logged and does not stop the others
+        validators.write(*record);    // after the counts: a validator that is stored is not older
+    }
     insertion = QSqlQuery();
     const bool sound = holds(records.size() + 1);
     if (sound && database.commit())

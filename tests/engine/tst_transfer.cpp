@@ -1,6 +1,7 @@
 #include "enginefixture.h"
 
 #include "cjslib.h"
+#include "downloadermanager.h"
 #include "downloaderror.h"
 #include "httpthread.h"
 #include "literals.h"
@@ -8,7 +9,9 @@
 #include "outputprofilemanager.h"
 #include "sourcefile.h"
 #include "streamanswer.h"
+#include "surroundings.h"
 #include "texts.h"
+#include "webdatabase.h"
 
 #include <QElapsedTimer>
 #include <QSignalSpy>
@@ -328,6 +331,69 @@ private slots:
         // An encoder that was fed from what is gone begins again.
         if (onDisk < stored && range.isEmpty() && stored < total)
             QCOMPARE(job->record.sourceGeneration, 1);
+    }
+
+    void replacedFileBeginsAgain_data()
+    {
+        QTest::addColumn<QByteArrayList>("before"); // ETag and Last-Modified
+        QTest::addColumn<QByteArrayList>("after");
+        QTest::addColumn<QByteArray>("sent"); // as If-Range
+        QTest::addColumn<bool>("replaced");
+        const QByteArray date = "Mon, 23 Nov 2026 10:00:00 GMT";
+        const QByteArray later = "Mon, 23 Nov 2026 11:00:00 GMT";
+        QTest::newRow("same") << QByteArrayList{"\"a'\"", date} << QByteArrayList{"\"a'\"", later}
+                              << QByteArray("\"a'\"") << false;
+        QTest::newRow("tag") << QByteArrayList{"\"a\"", date} << QByteArrayList{"\"b\"", date}
+                             << QByteArray("\"a\"") << true;
+        QTest::newRow("date") << QByteArrayList{"W/\"a\"", date} << QByteArrayList{"W/\"a\"", later}
+                              << date << true;
+        QTest::newRow("weak") << QByteArrayList{"W/\"a\"", {}} << QByteArrayList{"W/\"b\"", {}}
+                              << QByteArray() << false;
+    }
+
+    // By one of the same length, while the program does not run.
+    void replacedFileBeginsAgain()
+    {
+        QFETCH(QByteArrayList, before);
+        QFETCH(QByteArrayList, after);
+        QFETCH(QByteArray, sent);
+        QFETCH(bool, replaced);
+        HttpResponse stream = EngineFixture::stream(size, 400000);
+        stream.headers = {{"ETag", before.at(0)}, {"Last-Modified", before.at(1)}};
+        m_site.server.setResponse("/stream", stream);
+        const QString folder = m_sandbox.path("list/"_q);
+        QDir(folder).removeRecursively();
+        {
+            WebDatabase database(folder);
+            DownloaderManager manager(EngineFixture::surroundings());
+            QVERIFY(database.Init());
+            manager.addJob(m_site.info());
+            QTRY_VERIFY(manager.jobs().front()->record.download_bytes > 50000);
+            manager.stopAll();
+            QVERIFY(database.Save(manager.records()));
+        }
+        HttpResponse next = replaced ? HttpResponse::text(pattern(1, size), "video/mp4")
+                                     : EngineFixture::stream(size);
+        next.headers = {{"ETag", after.at(0)}, {"Last-Modified", after.at(1)}};
+        m_site.server.setHandler("/stream", [=](const HttpRequest &request) {
+            const QByteArray condition = request.header("If-Range");
+            return changed(next, [&](auto &r) {
+                r.honourRange = condition.isNull() || after.contains(condition);
+            });
+        });
+        WebDatabase database(folder);
+        DownloaderManager manager(EngineFixture::surroundings());
+        QVERIFY(database.Init() && readJobs(database, manager));
+        manager.resumeRunning();
+        const JobRecord &record = manager.jobs().front()->record;
+        QTRY_COMPARE(record.video_state, JobState::Finished);
+        const auto requests = m_site.server.requests("/stream");
+        QCOMPARE(requests.size(), 2);
+        QVERIFY(requests.last().header("Range").startsWith("bytes="));
+        QCOMPARE(requests.last().header("If-Range"), sent);
+        QCOMPARE(readFile(record.output_name), pattern(replaced ? 1 : 0, size));
+        QCOMPARE(record.validator.text().isEmpty(), sent.isEmpty());
+        QVERIFY(sent.isEmpty() || after.contains(record.validator.text().toLatin1()));
     }
 
     void tenShortTransfersFail()
