@@ -6,6 +6,7 @@
 #include <QSignalSpy>
 
 #include <pthread.h>
+#include <random>
 
 // While it lives the system cannot start a thread: there is no room for such a stack.
 class NoThreads final
@@ -171,6 +172,57 @@ private slots:
         QVERIFY(isPattern(running->record.output_name, 300000));
         QVERIFY(m_site.server.requests("/stream").first().header("Range").startsWith("bytes="));
         QCOMPARE(manager.findJob(2)->record.video_state, JobState::Stopped);
+    }
+
+    // Whatever a person does in whatever order, and wherever a stream is cut: no job and no byte is
+    // lost, and no file is left over.
+    void randomActions()
+    {
+        m_site.server.setHandler("/stream", [](const HttpRequest &request) {
+            const qint64 bytes = request.target.split('=').last().toLongLong();
+            HttpResponse response = EngineFixture::stream(bytes, 200000);
+            if (request.header("Range").isEmpty())
+                response.cutAfter = 1 + bytes / 4 * (bytes % 4);
+            return response;
+        });
+        WebDatabase database(m_sandbox.path("random/"_q));
+        QVERIFY(database.Init());
+        DownloaderManager manager(EngineFixture::surroundings());
+        JobSaver saver(manager, database);
+        connect(&manager, &DownloaderManager::sigJobsChanged, &saver, &JobSaver::save);
+        std::mt19937 random(1);
+        QMap<int, qint64> sizes;
+        const auto add = [&] {
+            VideoInfo info = m_site.info();
+            const qint64 bytes = 1 + random() % 60000;
+            info.streams[0].videoAddress += "?bytes=%1"_q.arg(bytes);
+            sizes.insert(manager.addJob(info)->record.id, bytes);
+        };
+        for (int i = 0; i < 20; ++i)
+            add();
+        for (int i = 0; i < 300; ++i) {
+            const int id = (sizes.cbegin() + int(random() % unsigned(sizes.size()))).key();
+            switch (random() % 8) {
+            case 0:
+                QVERIFY(manager.removeJob(id, true));
+                sizes.remove(id);
+                add();
+                break;
+            case 1:
+            case 2:
+            case 3:
+                manager.pauseJob(id);
+                break;
+            default:
+                manager.startJob(id);
+            }
+            QTest::qWait(int(random() % 5)); // what was begun goes on meanwhile
+        }
+        manager.startAll();
+        QTRY_VERIFY_WITH_TIMEOUT(manager.allFinished(), 30000);
+        for (auto it = sizes.cbegin(); it != sizes.cend(); ++it)
+            QVERIFY(isPattern(manager.findJob(it.key())->record.output_name, it.value()));
+        QCOMPARE(m_site.outputFiles().size(), sizes.size());
     }
 
 private:

@@ -69,30 +69,6 @@ private slots:
     }
     void cleanup() { WebDatabase::destroyInstance(); }
 
-    void cutAfterEveryByteCount()
-    {
-        constexpr int length = 20000;
-        constexpr int step = 199;
-        QSet<QByteArray> seen; // server's thread
-        m_site.server.setHandler("/stream", [&](const HttpRequest &request) {
-            HttpResponse response = EngineFixture::stream(length);
-            if (!seen.contains(request.target)) {
-                seen.insert(request.target);
-                response.cutAfter = request.target.mid(request.target.indexOf('=') + 1).toInt();
-            }
-            return response;
-        });
-        DownloaderManager manager(EngineFixture::surroundings());
-        for (int cut = 0; cut < length; cut += step) {
-            VideoInfo info = m_site.info();
-            info.streams[0].videoAddress += "?cut=%1"_q.arg(cut);
-            manager.addJob(info);
-        }
-        QTRY_VERIFY_WITH_TIMEOUT(manager.allFinished(), 60000);
-        for (const auto &job : manager.jobs())
-            QVERIFY(isPattern(job->record.output_name, length));
-    }
-
     void silentServer_data()
     {
         QTest::addColumn<QByteArray>("path");
