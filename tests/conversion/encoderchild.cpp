@@ -19,10 +19,6 @@ int main(int argc, char **argv)
     const std::string text = argc > 2 ? argv[2] : "";
     if (mode == "say") { // the text
         say(text);
-    } else if (mode == "half") { // half a line, the rest after a byte of input
-        say("first\rsec");
-        std::cin.get();
-        say("ond");
     } else if (mode == "copy") { // all input, into the file of that name
         std::ofstream(text, std::ios::binary) << std::cin.rdbuf();
     } else if (mode == "flood") { // much output on both streams, no line end for long

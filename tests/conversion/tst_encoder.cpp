@@ -73,17 +73,6 @@ private slots:
         QCOMPARE(encoder.write("x", 1), qint64(-1));
     }
 
-    void keepsHalfLines()
-    {
-        JobData job;
-        ChildEncoder encoder(job, "half"_q);
-        encoder.start();
-        QTRY_COMPARE(encoder.lines, QStringList{"first"_q});
-        encoder.write("x", 1);
-        QTRY_COMPARE(encoder.ends, QList<int>{0});
-        QCOMPARE(encoder.lines.last(), "second"_q);
-    }
-
     void ignoresAFloodWhilePaused()
     {
         JobData job;

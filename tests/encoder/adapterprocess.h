@@ -31,3 +31,4 @@ enum class Shape {
 };
 // Made in the folder; empty when that failed.
 QString shapePath(Shape shape, const QString &folder);
+double shownShape(Shape shape); // width over height

@@ -56,14 +56,13 @@ private slots:
         {
             Shape source;
             QSize frame;
-            double shape;
             QString output;
             std::unique_ptr<AdapterProcess> adapter;
         };
-        Run runs[] = {{Shape::Wide, {320, 180}, 16.0 / 9, {}, {}},
-                      {Shape::Anamorphic, {360, 288}, 16.0 / 9, {}, {}},
-                      {Shape::Turned, {180, 320}, 9.0 / 16, {}, {}},
-                      {Shape::Odd, {321, 241}, 4.0 / 3, {}, {}}};
+        Run runs[] = {{Shape::Wide, {320, 180}, {}, {}},
+                      {Shape::Anamorphic, {360, 288}, {}, {}},
+                      {Shape::Turned, {180, 320}, {}, {}},
+                      {Shape::Odd, {321, 241}, {}, {}}};
         for (Run &run : runs) {
             if (soundOnly && run.source != Shape::Wide)
                 continue;
@@ -103,8 +102,7 @@ private slots:
             const QByteArray said =
                 QByteArray::fromStdString(pictureLine({media.frame.width(), media.frame.height()}));
             QVERIFY2(end.errors.endsWith(said + '\n'), end.errors.right(200));
-            QVERIFY2(qAbs(media.shape() / run.shape - 1) < 0.03,
-                     qPrintable(QString::number(media.shape())));
+            QVERIFY2(media.shows(shownShape(run.source)), qPrintable(media.text()));
         }
     }
 

@@ -13,6 +13,22 @@ QByteArray runFfmpeg(const QString &arguments, const QString &path)
     return process.waitForFinished(60000) ? process.readAll() : QByteArray();
 }
 
+bool MediaFile::shows(double shape) const
+{
+    const QSize bars = frame - picture;
+    return qAbs(pixelShape * picture.width() / picture.height() / shape - 1) < 0.03 &&
+           qMin(bars.width(), bars.height()) <= 2;
+}
+
+QString MediaFile::text() const
+{
+    return "%1x%2 in %3x%4, pixels %5"_q.arg(picture.width())
+        .arg(picture.height())
+        .arg(frame.width())
+        .arg(frame.height())
+        .arg(pixelShape);
+}
+
 MediaFile lookAt(const QString &path)
 {
     const QString said = QString::fromUtf8(

@@ -13,7 +13,9 @@ struct MediaFile
     double seconds = 0;
     QString title;
 
-    double shape() const { return pixelShape * picture.width() / picture.height(); }
+    // The picture has that width over its height, and reaches the edge of the frame.
+    bool shows(double shape) const;
+    QString text() const; // frame, picture and pixels
 };
 MediaFile lookAt(const QString &path);
 
