@@ -1,20 +1,19 @@
 #include <X11/SM/SMlib.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
 #include <poll.h>
 
-// A manager of sessions that do what they are told: it says its address and what its client did,
-// and takes "checkpoint" and "die" from its input.
+// Manages the session of one program: it says its address and what the program did, and takes
+// "checkpoint" and "die" from its input.
 
 static SmsConn s_client = nullptr;
 
-static void say(const char *news)
+static void say(const char *kind, const char *news = "")
 {
-    std::printf("%s\n", news);
+    std::printf("%s%s\n", kind, news);
     std::fflush(stdout);
 }
 
@@ -22,36 +21,23 @@ static Status registerClient(SmsConn client, SmPointer, char *previous)
 {
     if (previous)
         return 0; // from a session before this one
-    char *id = SmsGenerateClientID(client);
-    SmsRegisterClientReply(client, id);
-    std::free(id);
+    SmsRegisterClientReply(client, SmsGenerateClientID(client));
     s_client = client;
-    say("client");
     return 1;
 }
 
 static Status newClient(SmsConn, SmPointer, unsigned long *mask, SmsCallbacks *calls, char **)
 {
-    std::memset(calls, 0, sizeof *calls);
     calls->register_client.callback = registerClient;
-    calls->interact_request.callback = [](SmsConn, SmPointer, int) {};
-    calls->interact_done.callback = [](SmsConn, SmPointer, Bool) {};
-    calls->save_yourself_request.callback = [](SmsConn, SmPointer, int, Bool, int, Bool, Bool) {};
-    calls->save_yourself_phase2_request.callback = [](SmsConn client, SmPointer) {
-        SmsSaveYourselfPhase2(client);
-    };
     calls->save_yourself_done.callback = [](SmsConn client, SmPointer, Bool) {
         SmsSaveComplete(client);
         say("saved");
     };
-    calls->close_connection.callback = [](SmsConn, SmPointer, int, char **) { say("closed"); };
+    calls->close_connection.callback = [](SmsConn, SmPointer, int, char **) {};
     calls->set_properties.callback = [](SmsConn, SmPointer, int, SmProp **) {};
     calls->delete_properties.callback = [](SmsConn, SmPointer, int, char **) {};
-    calls->get_properties.callback = [](SmsConn, SmPointer) {};
-    *mask = SmsRegisterClientProcMask | SmsInteractRequestProcMask | SmsInteractDoneProcMask |
-            SmsSaveYourselfRequestProcMask | SmsSaveYourselfP2RequestProcMask |
-            SmsSaveYourselfDoneProcMask | SmsCloseConnectionProcMask | SmsSetPropertiesProcMask |
-            SmsDeletePropertiesProcMask | SmsGetPropertiesProcMask;
+    *mask = SmsRegisterClientProcMask | SmsSaveYourselfDoneProcMask | SmsCloseConnectionProcMask |
+            SmsSetPropertiesProcMask | SmsDeletePropertiesProcMask;
     return 1;
 }
 
@@ -67,40 +53,31 @@ int main()
     IceListenObj *listeners = nullptr;
     if (!SmsInitialize("tests", "1", newClient, nullptr, everybody, sizeof error, error) ||
         !IceListenForConnections(&count, &listeners, sizeof error, error)) {
-        std::fprintf(stderr, "%s\n", error);
+        say("error ", error);
         return 1;
     }
-    IceSetIOErrorHandler([](IceConn) {}); // the other side is gone
     std::vector<pollfd> files = {{0, POLLIN, 0}};
     for (int i = 0; i < count; ++i) {
         IceSetHostBasedAuthProc(listeners[i], everybody);
         files.push_back({IceGetListenConnectionNumber(listeners[i]), POLLIN, 0});
     }
-    std::vector<IceConn> connections;
-    std::printf("address %s\n", IceComposeNetworkIdList(count, listeners));
-    std::fflush(stdout);
+    say("address ", IceComposeNetworkIdList(count, listeners));
 
+    IceConn program = nullptr;
     while (poll(files.data(), files.size(), -1) > 0) {
-        const std::vector<pollfd> ready = files;
-        const size_t first = static_cast<size_t>(count) + 1; // of the connections
-        for (size_t i = ready.size(); i-- > first;) {
-            if (ready[i].revents != 0 && IceProcessMessages(connections[i - first], nullptr,
-                                                            nullptr) != IceProcessMessagesSuccess) {
-                connections.erase(connections.begin() + long(i - first));
-                files.erase(files.begin() + long(i));
-            }
-        }
-        for (size_t i = 1; i < first; ++i) {
-            IceAcceptStatus status = IceAcceptFailure;
-            if (ready[i].revents == 0)
+        for (size_t i = files.size(); --i > 0;) {
+            if (files[i].revents == 0)
                 continue;
-            if (IceConn connection = IceAcceptConnection(listeners[i - 1], &status)) {
-                connections.push_back(connection);
-                files.push_back({IceConnectionNumber(connection), POLLIN, 0});
+            IceAcceptStatus status = IceAcceptFailure;
+            if (!program) {
+                program = IceAcceptConnection(listeners[i - 1], &status);
+                files = {files.front(), {IceConnectionNumber(program), POLLIN, 0}};
+            } else if (IceProcessMessages(program, nullptr, nullptr) != IceProcessMessagesSuccess) {
+                return 0;
             }
         }
         char order[32] = "";
-        if (ready[0].revents == 0)
+        if (files[0].revents == 0)
             continue;
         if (!std::fgets(order, sizeof order, stdin))
             return 0;
