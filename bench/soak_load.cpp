@@ -22,11 +22,12 @@ bool soakLoad(Sandbox &sandbox, int seconds, unsigned seed)
     site.server.setHandler("/stream", [](const HttpRequest &request) {
         return EngineFixture::stream(request.target.split('=').last().toLongLong(), 100000);
     });
-    if (!WebDatabase::instance()->Init())
+    WebDatabase database(sandbox.path("list/"_q));
+    if (!database.Init())
         return false;
     DownloaderManager manager(EngineFixture::surroundings());
     QObject::connect(&manager, &DownloaderManager::sigJobsChanged, &manager,
-                     [&] { WebDatabase::instance()->Save(manager.records()); });
+                     [&] { database.Save(manager.records()); });
     std::mt19937 random(seed);
     QHash<int, qint64> sizes;
     const auto add = [&] {

@@ -62,12 +62,10 @@ private slots:
     {
         m_sandbox.loadOptions(true);
         m_site.clear();
-        QDir data(Options::instance()->appDataPath());
-        for (const QString &name : data.entryList({"Task.dat*"_q}))
-            data.remove(name);
-        m_path = data.filePath("Task.dat"_q);
+        QDir(m_folder).removeRecursively();
+        m_database = std::make_unique<WebDatabase>(m_folder);
     }
-    void cleanup() { WebDatabase::destroyInstance(); }
+    void cleanup() { m_database.reset(); }
 
     void silentServer_data()
     {
@@ -122,10 +120,10 @@ private slots:
     void fullDisk()
     {
         m_site.server.setResponse("/stream", EngineFixture::stream(size));
-        QVERIFY(WebDatabase::instance()->Init());
+        QVERIFY(m_database->Init());
         DownloaderManager manager(testSurroundings());
         addStoredJobs(&manager, 10);
-        QVERIFY(WebDatabase::instance()->Save(manager.records()));
+        QVERIFY(m_database->Save(manager.records()));
         const auto job = m_site.newJob();
         {
             const FullDisk full(half);
@@ -134,13 +132,13 @@ private slots:
             QVERIFY(m_sandbox.logLines().contains("Download:Error(1003)"_q));
             QCOMPARE(m_site.outputFiles(), QStringList());
             addStoredJobs(&manager, 400);
-            QVERIFY(!WebDatabase::instance()->Save(manager.records()));
+            QVERIFY(!m_database->Save(manager.records()));
             QCOMPARE(storedIds().size(), 10);
         }
         job->start();
         QTRY_COMPARE(job->record.video_state, JobState::Finished);
         QVERIFY(isPattern(job->record.output_name, size));
-        QVERIFY(WebDatabase::instance()->Save(manager.records()));
+        QVERIFY(m_database->Save(manager.records()));
     }
 
     void lockedJobList()
@@ -150,8 +148,8 @@ private slots:
             QSqlDatabase other = QSqlDatabase::addDatabase("QSQLITE"_q, "other"_q);
             other.setDatabaseName(m_path);
             QVERIFY(other.open() && QSqlQuery(other).exec("BEGIN EXCLUSIVE"_q));
-            QVERIFY(!WebDatabase::instance()->Init());
-            QVERIFY(!WebDatabase::instance()->Recreate());
+            QVERIFY(!m_database->Init());
+            QVERIFY(!m_database->Recreate());
             other.close();
         }
         QSqlDatabase::removeDatabase("other"_q);
@@ -178,11 +176,11 @@ private slots:
                                                           QFile::ExeGroup | QFile::ExeOther));
         {
             const Unprivileged user;
-            QCOMPARE(WebDatabase::instance()->Init(), readable);
+            QCOMPARE(m_database->Init(), readable);
             DownloaderManager manager(testSurroundings());
-            QCOMPARE(readJobs(*WebDatabase::instance(), manager), readable);
+            QCOMPARE(readJobs(*m_database, manager), readable);
             QCOMPARE(manager.jobs().size(), std::size_t(readable ? 20 : 0));
-            QVERIFY(!WebDatabase::instance()->Save(manager.records()));
+            QVERIFY(!m_database->Save(manager.records()));
         }
         QVERIFY(QFile::setPermissions(m_path, QFile::ReadOwner | QFile::WriteOwner));
         QCOMPARE(readFile(m_path), before);
@@ -224,17 +222,16 @@ private slots:
         QVERIFY(intact.size() > 8 * pageSize);
         std::mt19937 random(1);
         for (int at = 0; at < intact.size(); at += pageSize) {
-            WebDatabase::destroyInstance();
+            m_database = std::make_unique<WebDatabase>(m_folder);
             QByteArray damaged = truncated ? intact.left(at) : intact;
             for (int i = 0; !truncated && i < 200; ++i)
                 damaged[at + int(random() % pageSize)] = char(random());
             QVERIFY(writeFile(m_path, damaged));
-            WebDatabase *database = WebDatabase::instance();
-            QVERIFY(database->Init());
+            QVERIFY(m_database->Init());
             DownloaderManager manager(testSurroundings());
-            if (!readJobs(*database, manager))
-                QVERIFY(database->Recreate());
-            QVERIFY(database->Save(manager.records()));
+            if (!readJobs(*m_database, manager))
+                QVERIFY(m_database->Recreate());
+            QVERIFY(m_database->Save(manager.records()));
             const QString aside = m_path + ".damaged"_q;
             if (QFile::exists(aside))
                 QCOMPARE(readFile(aside), damaged);
@@ -260,7 +257,7 @@ private:
     // Leaves a closed file with that many jobs, and hands out its bytes.
     QByteArray storeJobs(int count) const
     {
-        WebDatabase database(Options::instance()->appDataPath());
+        WebDatabase database(m_folder);
         DownloaderManager manager(testSurroundings());
         addStoredJobs(&manager, count);
         if (!database.Init() || !database.Save(manager.records()))
@@ -284,7 +281,9 @@ private:
         return ids;
     }
 
-    QString m_path;
+    const QString m_folder = m_sandbox.path("list/"_q);
+    const QString m_path = m_folder + "Task.dat"_q;
+    std::unique_ptr<WebDatabase> m_database;
 };
 
 REELKEEPER_TEST_MAIN(FaultsTest)
