@@ -86,6 +86,7 @@ void SingleApplication::takeMessages()
     m_listLock.setNote(QFile::encodeName(m_sharedMemory.nativeKey()));
     auto *poll = new QTimer(this);
     connect(poll, &QTimer::timeout, this, &SingleApplication::checkForMessage);
+    poll->setTimerType(Qt::VeryCoarseTimer); // on the full second, with the window's
     poll->start(pollInterval);
 }
 

@@ -140,6 +140,8 @@ void MainWindow::connectJobs()
 void MainWindow::startTimers()
 {
     connect(&m_refreshTimer, &QTimer::timeout, this, &MainWindow::updateDownloadList);
+    // A program in the background wakes up once a second, for all that is due.
+    m_refreshTimer.setTimerType(Qt::VeryCoarseTimer);
     m_refreshTimer.start(refreshInterval);
     connect(&m_saveTimer, &QTimer::timeout, this, &MainWindow::saveDownloadList);
     m_saveTimer.start(saveInterval);

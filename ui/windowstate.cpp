@@ -31,6 +31,7 @@ void WindowState::restoreColumns()
 void WindowState::watch()
 {
     m_seenFrame = m_savedFrame = frame();
+    m_watch.setTimerType(Qt::VeryCoarseTimer);
     m_watch.start(1000);
 }
 
