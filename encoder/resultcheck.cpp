@@ -67,7 +67,7 @@ public:
 private:
     void takeStream(const std::string &line)
     {
-        static const std::regex size(", ([1-9][0-9]*)x([1-9][0-9]*)[, ]");
+        static const std::regex size(", ([1-9][0-9]{0,4})x([1-9][0-9]{0,4})[, ]");
         std::smatch match;
         hasSound = hasSound || line.find(": Audio:") != std::string::npos;
         m_inPicture = !picture && line.find(": Video:") != std::string::npos &&

@@ -2,6 +2,7 @@
 
 #include "literals.h"
 
+#include <QDebug>
 #include <QProcess>
 #include <QRegularExpression>
 
@@ -22,11 +23,9 @@ bool MediaFile::shows(double shape) const
 
 QString MediaFile::text() const
 {
-    return "%1x%2 in %3x%4, pixels %5"_q.arg(picture.width())
-        .arg(picture.height())
-        .arg(frame.width())
-        .arg(frame.height())
-        .arg(pixelShape);
+    QString text;
+    QDebug(&text) << frame << picture << pixelShape;
+    return text;
 }
 
 MediaFile lookAt(const QString &path)
