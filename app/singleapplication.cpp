@@ -33,6 +33,7 @@ SingleApplication::SingleApplication(int &argc, char **argv, const QString &uniq
         this, [this] { emit saveRequested(); },
         [this] {
             m_isSessionEnding = true;
+            takeNoMoreMessages(); // a start from now on comes after this end
             emit queryEndSession();
         });
 }
