@@ -4,9 +4,10 @@
 
 #include <cstdio>
 
-// bench_server [FILE CONTENT-TYPE]: the site of the measurements in a process of its own, so that
-// its costs are nobody else's. /stream/BYTES is a generated video of that length, /file the file,
-// /watch a page that sets a cookie. Prints its address and ends when its standard input does.
+// bench_server [FILE CONTENT-TYPE [RATE]]: the site of the measurements in a process of its own, so
+// that its costs are nobody else's. /stream/BYTES is a generated video of that length, /file the
+// file, /slow the same at RATE bytes per second, /watch a page that sets a cookie. Prints its
+// address and ends when its standard input does.
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
@@ -26,6 +27,8 @@ int main(int argc, char **argv)
         file.file = arguments.at(1);
         file.contentType = arguments.at(2).toLatin1();
         server.setResponse("/file", file);
+        file.bytesPerSecond = arguments.value(3).toLongLong();
+        server.setResponse("/slow", file);
     }
     if (!server.listen()) {
         std::fputs("bench_server cannot listen\n", stderr);

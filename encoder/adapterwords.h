@@ -35,3 +35,8 @@ struct FrameRule
 inline constexpr char frameRuleVariable[] = "REELKEEPER_FRAME";
 std::string frameRuleText(const FrameRule &rule);
 std::optional<FrameRule> readFrameRule(const std::string &text); // nothing for another text
+
+// Environment variable with the path of the file whose bytes come through standard input. A video
+// that cannot be read from a pipe is read from there, once the input has ended and so all of it is
+// in the file.
+inline constexpr char sourceFileVariable[] = "REELKEEPER_SOURCE_FILE";

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 static const int violentEnd = 254;
+static const int lowerPriority = 10;
 
 static bool isUsable(const std::string &path)
 {
@@ -64,6 +65,9 @@ ChildProcess::ChildProcess(const std::string &program, const std::vector<std::st
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent)
         _exit(violentEnd);
+    // The window and the transfers come first; a refusal only costs that. What the system does on
+    // the disk for this process follows its priority.
+    nice(lowerPriority);
     dup2(standardInput, STDIN_FILENO);
     dup2(standardOutput, STDOUT_FILENO);
     dup2(standardError, STDERR_FILENO);

@@ -9,7 +9,8 @@
 // PATH; empty when there is none. Never this program itself.
 std::string findEncoder();
 
-// A program that cannot live longer than this one, however this one ends.
+// A program that cannot live longer than this one, however this one ends. It runs with a lower
+// priority.
 class ChildProcess final
 {
 public:

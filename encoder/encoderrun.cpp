@@ -8,18 +8,19 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <unistd.h>
-#include <utility>
 
 // FFmpeg's words.
 static const std::string missingPicture = std::string("'") + pictureStream + "' matches no streams";
 static const size_t chunkSize = 64 * 1024;
 static const int pipeSize = 1024 * 1024;
+static const char ownInput[] = "/proc/self/fd/0";
 
 int reportFailure(const std::string &text)
 {
@@ -48,30 +49,17 @@ static size_t readSome(int descriptor, std::string &target)
     return taken;
 }
 
-static bool writeAll(int descriptor, const std::string &bytes)
+// The file that the bytes on standard input come from, to be read from its beginning.
+static int openSource()
 {
-    for (size_t done = 0; done < bytes.size();) {
-        const ssize_t count = write(descriptor, bytes.data() + done, bytes.size() - done);
-        if (count < 0 && errno != EINTR)
-            return false;
-        done += count > 0 ? static_cast<size_t>(count) : 0;
-    }
-    return true;
-}
-
-// A file that no folder shows, so that nothing is left of it however this process ends.
-static int openNameless(const std::string &output)
-{
-    const size_t slash = output.rfind('/');
-    const std::string folder = slash == std::string::npos ? "." : output.substr(0, slash + 1);
-    const int descriptor = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
-    if (descriptor >= 0 || (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL))
+    const char *path = std::getenv(sourceFileVariable);
+    const int descriptor = open(path && *path ? path : ownInput, O_RDONLY | O_CLOEXEC);
+    struct stat found;
+    if (descriptor < 0 || (fstat(descriptor, &found) == 0 && S_ISREG(found.st_mode)))
         return descriptor;
-    std::string name = folder + "/.reelkeeper-XXXXXX";
-    const int named = mkostemp(&name[0], O_CLOEXEC);
-    if (named >= 0)
-        unlink(name.c_str());
-    return named;
+    close(descriptor);
+    errno = ESPIPE;
+    return -1;
 }
 
 EncoderRun::EncoderRun(const std::string &encoder, const EncoderCommand &command)
@@ -83,49 +71,50 @@ EncoderRun::EncoderRun(const std::string &encoder, const EncoderCommand &command
 
 EncoderRun::~EncoderRun()
 {
-    closeDescriptor(m_collected);
     closeDescriptor(m_toEncoder);
     closeDescriptor(m_fromEncoder);
 }
 
 int EncoderRun::exec()
 {
+    // Fewer turns between the processes; without it they only take more of them.
+    fcntl(STDIN_FILENO, F_SETPIPE_SZ, pipeSize);
     InputKind kind = InputKind::Undecided;
     while (kind == InputKind::Undecided && !m_inputEnded) {
         m_inputEnded = readSome(STDIN_FILENO, m_input) == 0;
         kind = probeInput(m_input);
     }
-    if (kind != InputKind::NeedsFile) {
-        int ends[2];
-        if (pipe2(ends, O_CLOEXEC) != 0)
-            return reportFailure(std::strerror(errno));
-        fcntl(ends[1], F_SETFL, O_NONBLOCK);
-        // Fewer turns between the processes; without it they only take more of them.
-        fcntl(STDIN_FILENO, F_SETPIPE_SZ, pipeSize);
-        fcntl(ends[1], F_SETPIPE_SZ, pipeSize);
-        m_toEncoder = ends[1];
-        return encode(ends[0]);
-    }
-    if (!collect())
-        return reportFailure("cannot collect the video beside " + m_command.output + ": " +
-                             std::strerror(errno));
-    // Opened anew by that name, the file is read from its beginning and can be moved about in.
-    m_command.arguments[*m_command.inputIndex] = "/proc/self/fd/0";
-    return encode(std::exchange(m_collected, -1));
+    if (kind == InputKind::NeedsFile)
+        return encodeSource();
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0)
+        return reportFailure(std::strerror(errno));
+    fcntl(ends[1], F_SETFL, O_NONBLOCK);
+    fcntl(ends[1], F_SETPIPE_SZ, pipeSize);
+    m_toEncoder = ends[1];
+    return encode(ends[0]);
 }
 
-bool EncoderRun::collect()
+int EncoderRun::encodeSource()
 {
-    m_collected = openNameless(m_command.output);
-    if (m_collected < 0)
-        return false;
+    // Opened now: whatever becomes of its name, the file stays the same.
+    const int source = openSource();
+    if (source < 0)
+        return reportFailure(std::string("cannot read the video from its file: ") +
+                             std::strerror(errno));
+    off_t taken = 0;
     do {
-        if (!writeAll(m_collected, m_input))
-            return false;
+        taken += static_cast<off_t>(m_input.size());
         m_input.clear();
     } while (readSome(STDIN_FILENO, m_input) > 0);
     m_inputEnded = true;
-    return true;
+    struct stat found;
+    if (fstat(source, &found) != 0 || found.st_size < taken) {
+        close(source);
+        return reportFailure("the file of the video is shorter than what was read of it");
+    }
+    m_command.arguments[*m_command.inputIndex] = ownInput;
+    return encode(source);
 }
 
 int EncoderRun::encode(int standardInput)

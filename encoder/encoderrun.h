@@ -15,7 +15,7 @@ public:
     int exec(); // exit code, below 255
 
 private:
-    bool collect();
+    int encodeSource();
     int encode(int standardInput);
     void relay();
     void passInput();
@@ -33,7 +33,6 @@ private:
     char m_lastEnd = '\r';
     bool m_inputWaits = false; // standard input has something, or its end, to give
     bool m_inputEnded = false;
-    int m_collected = -1;
     int m_toEncoder = -1;
     int m_fromEncoder = -1;
 };

@@ -1,5 +1,6 @@
 #include "conversionfeed.h"
 
+#include "adapterwords.h"
 #include "encoder.h"
 #include "filereader.h"
 #include "jobdata.h"
@@ -62,6 +63,7 @@ bool ConversionFeed::open()
     m_generation = generation;
     m_buffer.resize(chunkSize);
     m_reader = std::move(reader);
+    m_encoder->setVariable(sourceFileVariable, m_record.video_mame);
     m_encoder->start();
     return true;
 }
@@ -107,7 +109,6 @@ void ConversionFeed::handOver()
         if (written == -1) {
             // The child is gone, or wants no more; its end is yet to come and ends the job.
             TRACE() << "Write to Encoder Error:" << written;
-            m_draining = false;
             return;
         }
         m_record.encodedBytes += written;

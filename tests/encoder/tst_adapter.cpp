@@ -11,6 +11,7 @@
 #include <QDir>
 
 #include <csignal>
+#include <sys/resource.h>
 
 // The head of a box of an MP4 file, and its content as far as it is short.
 static std::string box(const char *type, quint32 size)
@@ -164,8 +165,10 @@ private slots:
         row("itself as FFmpeg", "", ADAPTER, 1, "FFmpeg was not found");
         row("cut before its index", "-vcodec copy", "", 1, "", cut);
         row("nowhere to write", "-vn /nowhere/at/all.mp4", "", 1, "No such file or directory");
-        row("nowhere to collect", "-vn /nowhere/at/all.mp4", "", 1, "cannot collect", indexLast);
         row("full disk", "-vcodec copy -f flv /dev/full", "", 1, "No space left");
+        const int niceness = qMin(19, getpriority(PRIO_PROCESS, 0) + 10);
+        row("low priority", "", "#!echo niceness $(nice) >&2; exit 1", 1,
+            "niceness " + QByteArray::number(niceness));
         row("exit 255", "", "#!exit 255", 254, "");
         row("killed", "", "#!kill -9 $$", 254, "");
         row("nothing written", "", "#!cat >/dev/null", 1, "was not written");
@@ -210,12 +213,38 @@ private slots:
         QVERIFY(end.errors.count("a line of the flood\n") >= 4000000 / 20 - 1);
     }
 
+    void indexLastIsReadFromItsFile()
+    {
+        const QByteArray video = readFile(samplePath(Sample::Mp4IndexLast));
+        const QString source = m_sandbox.path("source.mp4"_q);
+        const QPair<int, QByteArray> cases[] = {
+            {video.size(), QByteArray()},
+            {50000, "is shorter than what was read"},
+            {-1, "cannot read the video from its file: No such file"},
+        };
+        for (const auto &row : cases) {
+            QVERIFY(row.first < 0 ? QFile::remove(source)
+                                  : writeFile(source, video.left(row.first)));
+            QProcess process;
+            setSource(&process, source);
+            process.start(QStringLiteral(ADAPTER), command("-vcodec copy"));
+            process.write(video);
+            process.waitForBytesWritten();
+            QVERIFY(outputs().isEmpty()); // nothing is copied
+            process.closeWriteChannel();
+            QVERIFY(process.waitForFinished());
+            QCOMPARE(process.exitCode(), row.second.isEmpty() ? 0 : 1);
+            QVERIFY(process.readAllStandardError().contains(row.second));
+            cleanup();
+        }
+    }
+
     void killingTakesAllWithIt_data()
     {
         QTest::addColumn<int>("sample");
         QTest::addColumn<int>("signal");
         QTest::addColumn<int>("processes");
-        QTest::newRow("while collecting") << int(Sample::Mp4IndexLast) << SIGKILL << 1;
+        QTest::newRow("while the input comes") << int(Sample::Mp4IndexLast) << SIGKILL << 1;
         QTest::newRow("while encoding") << int(Sample::Flv) << SIGKILL << 2;
         QTest::newRow("by SIGTERM") << int(Sample::Flv) << SIGTERM << 2;
         QTest::newRow("with its parent") << int(Sample::Flv) << SIGKILL << 3;
@@ -229,6 +258,7 @@ private slots:
         if (processes == 3)
             line = QStringList{"sh"_q, "-c"_q, "\"$@\"; :"_q, "sh"_q} + line;
         QProcess process;
+        setSource(&process, samplePath(Sample(sample)));
         process.start(line.takeFirst(), line);
         const QByteArray video = readFile(samplePath(Sample(sample)));
         process.write(video.left(video.size() - 100));
@@ -244,6 +274,12 @@ private slots:
     }
 
 private:
+    static void setSource(QProcess *adapter, const QString &path)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("REELKEEPER_SOURCE_FILE"_q, path);
+        adapter->setProcessEnvironment(environment);
+    }
     QString output() const { return m_sandbox.outputFolder() + "a \"b\".mp4"_q; }
     QStringList command(const QByteArray &options) const
     {

@@ -32,6 +32,7 @@ private slots:
 
     void init()
     {
+        m_job.reset(); // it may still write
         m_site.clear();
         Options::instance()->deleteTempFile = true;
         useProfile("child"_q, "copy $output"_q);
@@ -189,6 +190,7 @@ private slots:
         QCOMPARE(m_job->record.encodedBytes, handedOver);
         m_job->start();
         endsAsCopy(large);
+        QCOMPARE(countLogged({"Download Finished:"_q}), 1);
     }
 
     void pausedAfterTheDrain()
