@@ -18,9 +18,8 @@ void releaseReply(QNetworkReply *&reply, const QObject *receiver)
     reply = nullptr;
 }
 
-AwaitedGet::AwaitedGet(int timeout, QObject *parent)
-    : QObject(parent)
-    , m_timeout(timeout)
+AwaitedGet::AwaitedGet(int timeout)
+    : m_timeout(timeout)
 {
 }
 

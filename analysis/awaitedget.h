@@ -17,7 +17,7 @@ class AwaitedGet final : public QObject
 
 public:
     // timeout: milliseconds without a byte; there is no limit for a request as a whole.
-    explicit AwaitedGet(int timeout, QObject *parent = nullptr);
+    explicit AwaitedGet(int timeout);
     ~AwaitedGet() override;
 
     // The answer once it has ended, well or not; null when it was stopped or the thread was told to

@@ -7,9 +7,8 @@
 #include <filesystem>
 #include <system_error>
 
-SimpleDownload::SimpleDownload(int timeout, QObject *parent)
-    : QObject(parent)
-    , m_get(timeout)
+SimpleDownload::SimpleDownload(int timeout)
+    : m_get(timeout)
 {
     connect(&m_get, &AwaitedGet::readyRead, this, &SimpleDownload::onReadyRead);
 }

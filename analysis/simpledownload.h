@@ -22,7 +22,7 @@ public:
         Empty = 1013,
     };
 
-    explicit SimpleDownload(int timeout = transferTimeout, QObject *parent = nullptr);
+    explicit SimpleDownload(int timeout = transferTimeout);
 
     // True when the file is in place. False also for an empty file. Runs a nested event loop.
     bool download(const QString &url, const QString &path);
