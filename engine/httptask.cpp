@@ -287,7 +287,6 @@ void HttpTask::stopTransfer()
 {
     m_ended = true;
     releaseReply(m_reply, this);
-    m_source.close();
 }
 
 void HttpTask::endWell()

@@ -9,6 +9,10 @@
 class SourceFile final
 {
 public:
+    SourceFile() = default;
+    ~SourceFile() { close(); }
+    Q_DISABLE_COPY(SourceFile)
+
     // folder ends with a separator; extension as sourceExtension gives it.
     static QString pathFor(const QString &folder, const QString &guid, bool converted,
                            const QString &extension);

@@ -115,11 +115,9 @@ private slots:
             {__LINE__, fresh, head(302, "text/html", 30), {A::Fail, -1, HtmlInsteadOfVideo}},
             {__LINE__, fresh, head(206, "video/mp4", 10, "bytes 0-9/30"), {A::Begin, 30}},
             {__LINE__, fresh, head(206, "video/mp4", 10, "bytes 9-18/30"), {A::Ignore}},
-            {__LINE__, fresh, head(503, "text/html", 30), {A::Ignore}},
             {__LINE__, fresh, head(416, "text/html", 30, "bytes */30"), {A::Ignore}},
 
             {__LINE__, again, head(200, "video/mp4", 50), {A::Begin, 50}},
-            {__LINE__, again, head(200, "text/html", 50), {A::Fail, -1, notNow}},
             {__LINE__, again, head(200, "video/mp4", -1), {A::Fail, -1, notNow}},
 
             {__LINE__, rest, head(206, "video/mp4", 10, "bytes 20-29/30"), {A::Append, 30}},
@@ -130,7 +128,6 @@ private slots:
             {__LINE__, rest, head(206, "video/mp4", 10), {A::StartOver}},
             {__LINE__, rest, head(206, "video/mp4", 10, "bytes 20/30"), {A::StartOver}},
             {__LINE__, rest, head(206, "text/html", 10, "bytes 20-29/30"), {A::Fail, -1, notNow}},
-            {__LINE__, rest, head(200, "video/mp4", 30, "", "gzip"), {A::Short}},
             {__LINE__, rest, head(302, "text/html", 10), {A::Ignore}},
             {__LINE__, rest, head(403, "video/mp4", 30), {A::Ignore}},
             {__LINE__, rest, head(200, "video/mp4", 31), {A::Begin, 31}},
@@ -210,6 +207,7 @@ private slots:
         QFETCH(qint64, lastRange);
         m_site.server.setResponses("/stream", answers);
         const auto job = m_site.newJob();
+        job->record.video_usser_agent = "Agent/1"_q;
         QSignalSpy ended(job.get(), &HttpJob::sigFinished);
         job->start();
         QVERIFY(ended.wait());
@@ -221,6 +219,7 @@ private slots:
                  lastRange ? "bytes=" + QByteArray::number(lastRange) + '-' : QByteArray());
         QCOMPARE(requests.last().header("Cookie"), QByteArray("id=1; lang=en"));
         QCOMPARE(requests.last().header("Accept-Encoding"), QByteArray("identity"));
+        QCOMPARE(requests.last().header("User-Agent"), QByteArray("Agent/1"));
         QCOMPARE(job->record.video_state, error ? JobState::Errored : JobState::Finished);
         QCOMPARE(m_site.outputFiles(), error ? QStringList() : QStringList{"Clip.mp4"_q});
         const QStringList log = m_sandbox.logLines();
@@ -254,10 +253,11 @@ private slots:
                        ? status.st_blocks * 512LL
                        : -1;
         };
-        SourceFile file;
-        QVERIFY(file.prepare(path, 5000000) && file.empty() && file.append("bytes"));
-        QVERIFY(room() >= 5000000);
-        QVERIFY(file.close());
+        {
+            SourceFile file;
+            QVERIFY(file.prepare(path, 5000000) && file.empty() && file.append("bytes"));
+            QVERIFY(room() >= 5000000);
+        }
         QVERIFY(room() < 1000000);
         QCOMPARE(readFile(path), QByteArray("bytes"));
     }
