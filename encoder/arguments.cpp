@@ -123,12 +123,9 @@ EncoderCommand translateArguments(const std::vector<std::string> &arguments,
 {
     EncoderCommand command;
     size_t outputOptions = 0;
-    int inputs = 0;
     for (size_t i = 0; i + 1 < arguments.size(); ++i) {
-        if (arguments[i] == "-i") {
+        if (arguments[i] == "-i")
             outputOptions = i + 2;
-            ++inputs;
-        }
     }
 
     // FFmpeg is not to take keys from the video it reads, and tells progress whatever its log
@@ -143,7 +140,7 @@ EncoderCommand translateArguments(const std::vector<std::string> &arguments,
 
     FrameOptions frame;
     std::string filters;
-    bool chosen = false; // which streams are taken
+    bool drawn = false; // a picture that comes from no video
     bool noVideo = false;
     bool noAudio = false;
     for (size_t i = outputOptions; i < arguments.size(); ++i) {
@@ -160,7 +157,7 @@ EncoderCommand translateArguments(const std::vector<std::string> &arguments,
         }
         if (isOneOf(name, {"-aspect", "-aspect:v"}))
             frame.shape = readShape(value);
-        chosen = chosen || isOneOf(name, {"-map", "-filter_complex"});
+        drawn = drawn || name == "-filter_complex";
         noVideo = noVideo || name == "-vn";
         noAudio = noAudio || name == "-an";
         if (isOneOf(name, {"-vcodec", "-codec:v", "-c:v", "-codec", "-c"}))
@@ -178,9 +175,6 @@ EncoderCommand translateArguments(const std::vector<std::string> &arguments,
         result.insert(result.end() - 1, {"-vf", filters});
     command.wantsVideo = !noVideo && !holdsSoundOnly(command.output);
     command.wantsAudio = !command.wantsVideo && !noAudio;
-    // FFmpeg leaves a picture out that is not there; named, it ends before it encodes. A cover is
-    // none.
-    if (command.wantsVideo && !chosen && inputs == 1 && !command.output.empty())
-        result.insert(result.end() - 1, {"-map", pictureStream, "-map", "0:a:0?"});
+    command.needsPicture = command.wantsVideo && !drawn;
     return command;
 }

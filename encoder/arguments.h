@@ -13,12 +13,10 @@ struct EncoderCommand
     std::optional<size_t> inputIndex;   // of the "-" after -i in arguments
     std::string output;                 // the file to be written; empty: none is named
     bool copiesVideo = false;           // without encoding it anew
+    bool needsPicture = true;           // the input must hold one
     bool wantsVideo = true;             // the output must hold a picture
     bool wantsAudio = false;            // the output must hold sound
 };
-
-// How FFmpeg is told to take the picture, and calls it when it is not there.
-inline constexpr char pictureStream[] = "0:V:0";
 
 // Turns the arguments of a template, written for FFmpeg of old, into today's: the frame size and
 // the pad options after the input become filters that keep the rule, by themselves or, without a

@@ -80,9 +80,14 @@ ChildProcess::ChildProcess(const std::string &program, const std::vector<std::st
 ChildProcess::~ChildProcess()
 {
     if (m_pid > 0) {
-        kill(m_pid, SIGKILL);
+        stop();
         wait();
     }
+}
+
+void ChildProcess::stop()
+{
+    kill(m_pid, SIGKILL);
 }
 
 int ChildProcess::wait()

@@ -22,6 +22,7 @@ public:
     ChildProcess &operator=(const ChildProcess &) = delete;
 
     bool isStarted() const { return m_pid > 0; }
+    void stop(); // its end follows at once
     // Waits for the end and gives the exit code: 254 for a violent end and for 255.
     int wait();
 

@@ -16,8 +16,6 @@
 #include <cstring>
 #include <unistd.h>
 
-// FFmpeg's words.
-static const std::string missingPicture = std::string("'") + pictureStream + "' matches no streams";
 static const size_t chunkSize = 64 * 1024;
 static const int pipeSize = 1024 * 1024;
 static const char ownInput[] = "/proc/self/fd/0";
@@ -130,11 +128,13 @@ int EncoderRun::encode(int standardInput)
     m_fromEncoder = ends[0];
     if (!child.isStarted())
         return reportFailure("cannot start " + m_encoder);
+    m_child = &child;
     relay();
+    m_child = nullptr;
 
     const int code = child.wait();
     if (m_pictureMissing)
-        reportFailure("the video has no picture, and the format needs one");
+        return reportFailure("the video has no picture, and the format needs one");
     if (code != 0)
         return code;
     if (!m_writeFailure.empty())
@@ -221,14 +221,27 @@ void EncoderRun::handleLine(const std::string &line, char end)
         m_messages += progress + '\r';
     } else {
         m_messages += line;
-        m_inSource = m_inSource && line.rfind("Stream mapping:", 0) != 0;
-        if (m_inSource && turnsOf(line) > 0)
-            m_turns = turnsOf(line);
-        m_pictureMissing = m_pictureMissing || line.find(missingPicture) != std::string::npos;
+        lookAtSource(line);
         if (m_writeFailure.empty() && namesWriteFailure(line, m_command.output))
             m_writeFailure = line;
     }
     if (end == '\n' || (end == '\r' && progress.empty()))
         m_messages += end;
     m_lastEnd = end;
+}
+
+// FFmpeg tells what it has been given, then what it is going to make of it; a cover is no picture.
+void EncoderRun::lookAtSource(const std::string &line)
+{
+    if (!m_inSource)
+        return;
+    if (turnsOf(line) > 0)
+        m_turns = turnsOf(line);
+    if (line.rfind("  Stream #", 0) == 0 && line.find(": Video: ") != std::string::npos &&
+        line.find("(attached pic)") == std::string::npos)
+        m_hasPicture = true;
+    m_inSource = line != "Stream mapping:";
+    m_pictureMissing = !m_inSource && m_command.needsPicture && !m_hasPicture;
+    if (m_pictureMissing)
+        m_child->stop();
 }

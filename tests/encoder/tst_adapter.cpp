@@ -141,7 +141,7 @@ private slots:
         QCOMPARE(outputs().size(), 1);
     }
 
-    void failureIsTold_data()
+    void endIsTold_data()
     {
         QTest::addColumn<QByteArray>("options"); // and the output, when it is elsewhere
         QTest::addColumn<QString>("encoder");    // a path, or a script after "#!"
@@ -156,10 +156,10 @@ private slots:
         const QString indexLast = samplePath(Sample::Mp4IndexLast);
         const QString cut = m_sandbox.path("cut.mp4"_q);
         QVERIFY(writeFile(cut, readFile(indexLast).left(50000)));
-        const QString soundOnly = m_sandbox.path("sound.mp3"_q);
-        QCOMPARE(QProcess::execute("ffmpeg"_q,
-                                   words("-v error -f lavfi -i sine=d=1") + QStringList(soundOnly)),
-                 0);
+        const QString cover = m_sandbox.path("cover.mp3"_q);
+        const char *const made = "-v error -f lavfi -i sine=d=1 -f lavfi -i color=s=16x16:d=0.04"
+                                 " -map 0 -map 1 -vcodec mjpeg -pix_fmt yuvj420p %1";
+        QCOMPARE(runFfmpeg(QString::fromLatin1(made), cover), QByteArray());
         row("bad template", "-vcodec no_such_codec", "", 1, "no_such_codec");
         row("no FFmpeg", "", "/nowhere/ffmpeg", 1, "FFmpeg was not found");
         row("itself as FFmpeg", "", ADAPTER, 1, "FFmpeg was not found");
@@ -181,11 +181,12 @@ private slots:
             "holds no sound");
         row("no packets", "-vn", "#!ffmpeg -i - -vn -t 0 -f wav \"$out\"", 1,
             "holds nothing to play");
-        row("no picture", "", "", 1, "the video has no picture", soundOnly);
+        row("cover only", "", "", 1, "the video has no picture", cover);
+        row("sound by its name", "-f wav " + m_sandbox.path("x.WAV"_q).toUtf8(), "", 0, "0x0");
         row("picture lost", "", "#!ffmpeg -i - -vn -acodec copy -f mp4 \"$out\"", 1,
             "holds no picture");
     }
-    void failureIsTold()
+    void endIsTold()
     {
         QFETCH(QByteArray, options);
         QFETCH(QString, encoder);
