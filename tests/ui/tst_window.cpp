@@ -191,6 +191,8 @@ private slots:
         tabs->setCurrentIndex(0);
         window.resize(size + QSize(200, 0));
         QCOMPARE(finished->columnWidth(0), 487); // at once: it may be stored now
+        tabs->setCurrentWidget(finished->parentWidget());
+        QCOMPARE(finished->columnWidth(0), 487); // and once only
     }
 
     void startsWithoutProfilesEndWithAMessage()
