@@ -99,7 +99,8 @@ QString encoderOutputPath(const QString &folder, const QString &guid, const Save
         const QString name = replaceAll(item.display, QStringLiteral("\\"), QStringLiteral(" "));
         base += sanitizeFileName(QStringLiteral(" - %1(%2)").arg(name, dimension));
     }
-    const QString suffix = QLatin1Char('.') + sanitizeFileName(item.ext);
+    constexpr int longestExtension = 32; // the guid must not be cut for it
+    const QString suffix = QLatin1Char('.') + sanitizeFileName(item.ext).left(longestExtension);
     return folder + fittingBaseName(base, suffix) + suffix;
 }
 

@@ -40,6 +40,7 @@ private slots:
         QFile::remove(m_sandbox.path("config/Quarnitek/Corvane Reelkeeper.conf"_q));
         QDir(m_sandbox.path("tmp"_q)).removeRecursively();
         QDir().mkpath(m_sandbox.path("tmp"_q));
+        OutputProfileManager::destroyInstance(); // keeps to the options it was made with
         m_sandbox.loadOptions(true);
         QDir(Options::instance()->appDataPath()).removeRecursively();
     }
