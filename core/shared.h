@@ -55,6 +55,11 @@ public:
         return m_text;
     }
     operator QString() const { return text(); }
+    bool is(const QString &text) const
+    {
+        QMutexLocker lock(&m_mutex);
+        return m_text.isSharedWith(text) || m_text == text;
+    }
 
 private:
     mutable QMutex m_mutex;

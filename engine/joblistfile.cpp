@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QVariant>
 
 namespace {
 
@@ -109,6 +110,14 @@ FileState JobListFile::create(int patience)
 void JobListFile::setPatience(int milliseconds)
 {
     QSqlQuery(m_database).exec(QStringLiteral("PRAGMA busy_timeout=%1").arg(milliseconds));
+}
+
+qint64 JobListFile::foreignWrites() const
+{
+    QSqlQuery query(m_database);
+    return query.exec(QStringLiteral("PRAGMA data_version")) && query.next()
+               ? query.value(0).toLongLong()
+               : -1;
 }
 
 bool JobListFile::isInPlace() const

@@ -23,7 +23,7 @@ public:
     Q_DISABLE_COPY(JobListFile)
 
     const QString &path() const { return m_path; }
-    const QSqlDatabase &database() const { return m_database; }
+    QSqlDatabase database() const { return m_database; }
 
     // Opens the file where there is one that has the table. patience: how long a statement waits
     // for another program that has locked the file, in milliseconds.
@@ -32,6 +32,9 @@ public:
     FileState create(int patience);
     void close();
     void setPatience(int milliseconds);
+    // A number that another program's writing into the open file changes, this one's does not. -1:
+    // it cannot be told now.
+    qint64 foreignWrites() const;
     // It is open, and no other file has taken its place meanwhile.
     bool isInPlace() const;
     // Moves the file, closed for that, out of the way under that name.

@@ -3,16 +3,14 @@
 #include "addressrenewal.h"
 #include "jobfiles.h"
 #include "jobrow.h"
-#include "logfile.h"
 #include "outputprofilemanager.h"
 #include "trace.h"
 
 #include <QFile>
-#include <QSqlQuery>
 
-bool JobRecord::loadRow(const QSqlQuery &query, int, const OutputProfileManager &profiles)
+bool JobRecord::loadRow(const JobRow &row, int, const OutputProfileManager &profiles)
 {
-    JobRow::load(*this, query);
+    row.load(*this);
     contentType = QString();
     outputFormatName.clear();
     encodedBytes = 0;
@@ -34,23 +32,6 @@ bool JobRecord::loadRow(const QSqlQuery &query, int, const OutputProfileManager 
         return QFile::exists(output_name);
     changeFlags.set(StateChanged);
     return true;
-}
-
-bool JobRecord::insertRow(QSqlQuery &prepared) const
-{
-    const JobRow row(*this);
-    LogFile *log = LogFile::instance();
-    if (log->isOpen() || lcTrace().isDebugEnabled()) {
-        const QString text = row.insertText();
-        TRACE() << text;
-        log->write(QStringLiteral("Database:"), text);
-    }
-    row.bindTo(prepared);
-    if (prepared.exec())
-        return true;
-    log->write(QStringLiteral("Database insert failed:"),
-               QStringLiteral("Failed Video ID(%1)").arg(id));
-    return false;
 }
 
 QString JobRecord::stateText() const

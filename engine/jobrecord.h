@@ -5,6 +5,7 @@
 #include <QString>
 
 class CJSLib;
+class JobRow;
 class OutputProfileManager;
 class QSqlQuery;
 
@@ -14,11 +15,9 @@ class QSqlQuery;
 class JobRecord final : public JobData
 {
 public:
-    // Fills the record from the current row of WebDatabase's SELECT. version is not used. True when
-    // the job stays in the list: a finished job stays only while its file exists.
-    bool loadRow(const QSqlQuery &query, int version, const OutputProfileManager &profiles);
-    // Writes the record as one row with a query that was prepared with JobRow::insertStatement().
-    bool insertRow(QSqlQuery &prepared) const;
+    // Fills the record from a stored row. version is not used. True when the job stays in the list:
+    // a finished job stays only while its file exists.
+    bool loadRow(const JobRow &row, int version, const OutputProfileManager &profiles);
 
     QString stateText() const;
     QString stateIcon() const; // resource path

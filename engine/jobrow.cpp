@@ -1,10 +1,14 @@
 #include "jobrow.h"
 
 #include "jobdata.h"
+#include "logfile.h"
+#include "trace.h"
 
 #include <QSqlQuery>
 #include <QStringList>
 #include <QVariant>
+
+#include <iterator>
 
 namespace {
 
@@ -17,6 +21,8 @@ struct Column
     void (*setNumber)(JobData &, qint64);
     QString (*text)(const JobData &);
     void (*setText)(JobData &, const QString &);
+    // The same as what text() gives, without a copy.
+    bool (*isText)(const JobData &, const QString &);
 };
 
 template <typename Number>
@@ -30,6 +36,16 @@ Number plain(Number number)
     return number;
 }
 
+// Most texts that are compared are one text, and are not looked into.
+bool isSame(const QString &left, const QString &right)
+{
+    return left.isSharedWith(right) || left == right;
+}
+bool isSame(const SharedText &left, const QString &right)
+{
+    return left.is(right);
+}
+
 template <auto Field>
 constexpr Column number(const char *name, const char *type)
 {
@@ -39,6 +55,7 @@ constexpr Column number(const char *name, const char *type)
             [](JobData &job, qint64 value) {
                 job.*Field = static_cast<decltype(plain(job.*Field))>(value);
             },
+            nullptr,
             nullptr,
             nullptr};
 }
@@ -51,7 +68,8 @@ constexpr Column text(const char *name, const char *type)
             nullptr,
             nullptr,
             [](const JobData &job) -> QString { return job.*Field; },
-            [](JobData &job, const QString &value) { job.*Field = value; }};
+            [](JobData &job, const QString &value) { job.*Field = value; },
+            [](const JobData &job, const QString &value) { return isSame(job.*Field, value); }};
 }
 
 // Written as an empty text: every loaded job starts without it.
@@ -60,6 +78,7 @@ constexpr Column neverStored(const char *name, const char *type)
 {
     Column column = text<Field>(name, type);
     column.text = [](const JobData &) { return QString(); };
+    column.isText = [](const JobData &, const QString &value) { return value.isEmpty(); };
     return column;
 }
 
@@ -90,6 +109,16 @@ constexpr Column columns[] = {
 };
 static_assert(std::size(columns) == JobRow::columnCount);
 
+// Where a column's value is among those of its kind.
+constexpr auto places = [] {
+    std::array<std::size_t, JobRow::columnCount> result{};
+    std::size_t numbers = 0;
+    std::size_t texts = 0;
+    for (std::size_t i = 0; i < result.size(); ++i)
+        result[i] = columns[i].text ? texts++ : numbers++;
+    return result;
+}();
+
 // One text for each column, joined by commas.
 template <typename Part>
 QString listOfColumns(Part part)
@@ -104,22 +133,59 @@ QString listOfColumns(Part part)
 
 JobRow::JobRow(const JobData &job)
 {
-    for (int i = 0; i < columnCount; ++i) {
+    for (std::size_t i = 0; i < columnCount; ++i) {
         if (columns[i].text)
-            m_values[i].text = columns[i].text(job);
+            m_texts[places[i]] = columns[i].text(job);
         else
-            m_values[i].number = columns[i].number(job);
+            m_numbers[places[i]] = columns[i].number(job);
     }
 }
 
-void JobRow::load(JobData &job, const QSqlQuery &query)
+JobRow::JobRow(const QSqlQuery &query, bool *exact)
 {
-    for (int i = 0; i < columnCount; ++i) {
-        if (columns[i].setText)
-            columns[i].setText(job, query.value(i).toString());
-        else
-            columns[i].setNumber(job, query.value(i).toLongLong());
+    for (std::size_t i = 0; i < columnCount; ++i) {
+        const QVariant value = query.value(int(i));
+        if (columns[i].text) {
+            m_texts[places[i]] = value.toString();
+            *exact = *exact && value.type() == QVariant::String && !value.isNull();
+        } else {
+            m_numbers[places[i]] = value.toLongLong();
+            *exact = *exact && value.type() == QVariant::LongLong;
+        }
     }
+}
+
+JobRow JobRow::versionRow(qint32 version)
+{
+    JobRow row;
+    row.m_numbers.front() = version;
+    row.m_texts.fill(QStringLiteral("-"));
+    return row;
+}
+
+void JobRow::load(JobData &job) const
+{
+    for (std::size_t i = 0; i < columnCount; ++i) {
+        if (columns[i].text)
+            columns[i].setText(job, m_texts[places[i]]);
+        else
+            columns[i].setNumber(job, m_numbers[places[i]]);
+    }
+}
+
+bool JobRow::isOf(const JobData &job) const
+{
+    for (std::size_t i = 0; i < columnCount; ++i) {
+        if (columns[i].text ? !columns[i].isText(job, m_texts[places[i]])
+                            : columns[i].number(job) != m_numbers[places[i]])
+            return false;
+    }
+    return true;
+}
+
+bool JobRow::operator==(const JobRow &other) const
+{
+    return m_numbers == other.m_numbers && m_texts == other.m_texts;
 }
 
 QString JobRow::createStatement()
@@ -143,28 +209,69 @@ QString JobRow::insertStatement()
            listOfColumns([](const Column &) { return QStringLiteral("?"); }) + QLatin1Char(')');
 }
 
-void JobRow::bindTo(QSqlQuery &query) const
+QString JobRow::updateStatement()
 {
-    for (int i = 0; i < columnCount; ++i) {
-        const QString &text = m_values[i].text;
-        if (!columns[i].text)
-            query.bindValue(i, m_values[i].number);
-        else // a null text would be stored as NULL
-            query.bindValue(i, text.isNull() ? QStringLiteral("") : text);
+    QStringList parts;
+    for (std::size_t i = 1; i < columnCount; ++i)
+        parts += QLatin1String(columns[i].name) + QStringLiteral("=?");
+    return QStringLiteral("UPDATE video_download SET ") + parts.join(QLatin1Char(',')) +
+           QStringLiteral(" WHERE id=?");
+}
+
+bool JobRow::insert(QSqlQuery &prepared) const
+{
+    logAs(QStringLiteral("INSERT INTO"));
+    bindTo(prepared, 0);
+    if (prepared.exec())
+        return true;
+    LogFile::instance()->write(QStringLiteral("Database insert failed:"),
+                               QStringLiteral("Failed Video ID(%1)").arg(id()));
+    return false;
+}
+
+bool JobRow::update(QSqlQuery &prepared) const
+{
+    logAs(QStringLiteral("UPDATE"));
+    bindTo(prepared, 1); // the id comes last
+    return prepared.exec() && prepared.numRowsAffected() == 1;
+}
+
+void JobRow::bindTo(QSqlQuery &query, std::size_t first) const
+{
+    for (std::size_t position = 0; position < columnCount; ++position) {
+        const std::size_t i = (first + position) % columnCount;
+        if (!columns[i].text) {
+            query.bindValue(int(position), m_numbers[places[i]]);
+            continue;
+        }
+        const QString &text = m_texts[places[i]];
+        // A null text would be stored as NULL.
+        query.bindValue(int(position), text.isNull() ? QStringLiteral("") : text);
     }
 }
 
-QString JobRow::insertText() const
+// The statement as it reads with its values, which are bound.
+void JobRow::logAs(const QString &verb) const
 {
-    constexpr int narrowFrom = 8; // from this column on the list has no blanks
-    QString result = QStringLiteral("INSERT INTO video_download values(");
-    for (int i = 0; i < columnCount; ++i) {
+    LogFile *log = LogFile::instance();
+    if (!log->isOpen() && !lcTrace().isDebugEnabled())
+        return;
+    const QString text = verb + QStringLiteral(" video_download values(") + valueText();
+    TRACE() << text;
+    log->write(QStringLiteral("Database:"), text);
+}
+
+QString JobRow::valueText() const
+{
+    constexpr std::size_t narrowFrom = 8; // from this column on the list has no blanks
+    QString result;
+    for (std::size_t i = 0; i < columnCount; ++i) {
         if (i > 0)
             result += i < narrowFrom ? QStringLiteral(", ") : QStringLiteral(",");
         if (columns[i].text)
-            result += QLatin1Char('\'') + m_values[i].text + QLatin1Char('\'');
+            result += QLatin1Char('\'') + m_texts[places[i]] + QLatin1Char('\'');
         else
-            result += QString::number(m_values[i].number);
+            result += QString::number(m_numbers[places[i]]);
     }
     return result + QLatin1Char(')');
 }

@@ -16,23 +16,30 @@ public:
 
     JobRow() = default;
     explicit JobRow(const JobData &job); // as it is to be written
+    // The row that a query stands on which was made with selectStatement(). *exact becomes false
+    // when a value is of another kind than this program writes.
+    JobRow(const QSqlQuery &query, bool *exact);
+    static JobRow versionRow(qint32 version);
 
-    // Puts the row that the query stands on, read by selectStatement(), into the stored fields.
-    static void load(JobData &job, const QSqlQuery &query);
+    qint64 id() const { return m_numbers.front(); }
+    QString guid() const { return m_texts.back(); }
+    void load(JobData &job) const;       // puts the values into the stored fields
+    bool isOf(const JobData &job) const; // true: to write the job would write this row again
+    bool operator==(const JobRow &other) const;
 
     static QString createStatement();
     static QString selectStatement();
-    static QString insertStatement(); // with a placeholder for each column
-
-    void bindTo(QSqlQuery &query) const;
-    // The insertion as it reads with its values; they are bound, this is for the log.
-    QString insertText() const;
+    static QString insertStatement();
+    static QString updateStatement(); // of the row that has the id
+    // Run a query that was prepared with one of these, and log what is written.
+    bool insert(QSqlQuery &prepared) const;
+    bool update(QSqlQuery &prepared) const; // true: exactly one row was there to change
 
 private:
-    struct Value
-    {
-        qint64 number = 0;
-        QString text;
-    };
-    std::array<Value, columnCount> m_values;
+    void logAs(const QString &verb) const;
+    QString valueText() const;
+    void bindTo(QSqlQuery &query, std::size_t first) const; // first: the column bound first
+
+    std::array<qint64, 9> m_numbers{}; // the numbers of the columns in their order, and the texts
+    std::array<QString, 13> m_texts;
 };

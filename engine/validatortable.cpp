@@ -1,6 +1,6 @@
 #include "validatortable.h"
 
-#include "jobdata.h"
+#include "storedjob.h"
 
 #include <QSqlDatabase>
 #include <QVariant>
@@ -27,16 +27,24 @@ void ValidatorTable::clear()
     m_query.exec(QStringLiteral("DROP TABLE IF EXISTS source_validator"));
     m_query.exec(QStringLiteral("CREATE TABLE source_validator(guid varchar(256) primary key,"
                                 "validator varchar(1024))"));
-    m_insertion.prepare(QStringLiteral("INSERT OR REPLACE INTO source_validator VALUES(?,?)"));
 }
 
-void ValidatorTable::write(const JobData &job)
+bool ValidatorTable::write(const StoredJob &job)
 {
-    const QString validator = job.validator;
-    // Nothing is fetched for a finished job any more.
-    if (validator.isEmpty() || job.guid.isEmpty() || job.video_state == JobState::Finished)
-        return;
-    m_insertion.bindValue(0, job.guid);
-    m_insertion.bindValue(1, validator);
-    m_insertion.exec();
+    if (job.validator.isEmpty())
+        return true;
+    if (m_insertion.lastQuery().isEmpty())
+        m_insertion.prepare(QStringLiteral("INSERT OR REPLACE INTO source_validator VALUES(?,?)"));
+    m_insertion.bindValue(0, job.row.guid());
+    m_insertion.bindValue(1, job.validator);
+    return m_insertion.exec();
+}
+
+bool ValidatorTable::remove(const StoredJob &job)
+{
+    if (job.validator.isEmpty())
+        return true;
+    m_query.prepare(QStringLiteral("DELETE FROM source_validator WHERE guid=?"));
+    m_query.bindValue(0, job.row.guid());
+    return m_query.exec();
 }

@@ -5,7 +5,7 @@
 #include <QString>
 
 class QSqlDatabase;
-struct JobData;
+struct StoredJob;
 
 // The validators of the stored jobs, in a table of their own beside the list, whose columns other
 // versions of the program share. A list without the table has none, and a row that fails costs the
@@ -16,9 +16,10 @@ public:
     explicit ValidatorTable(const QSqlDatabase &database);
 
     QHash<QString, QString> read(); // validator of each guid
-    // Both in the transaction of a save.
+    // In the transaction of a save. False when a row failed.
     void clear(); // made anew when it is not there or something else is
-    void write(const JobData &job);
+    bool write(const StoredJob &job);
+    bool remove(const StoredJob &job);
 
 private:
     QSqlQuery m_query;

@@ -72,6 +72,9 @@ bool WebDatabase::CreateDatabaseFile()
     const bool created = QSqlQuery(m_file.database()).exec(JobRow::createStatement());
     if (WriteVersion() && created) {
         m_unread = false;
+        m_table.begin();
+        m_table.complete();
+        m_foreignWrites = m_file.foreignWrites();
         return true;
     }
     // A file without its table would stand in the way of the next attempt.
@@ -111,7 +114,9 @@ bool WebDatabase::Read(const TakeJob &takeJob)
 {
     // Until all of it is read, nothing may be written in its place.
     m_unread = true;
-    const QHash<QString, QString> validators = ValidatorTable(m_file.database()).read();
+    QHash<QString, QString> validators = ValidatorTable(m_file.database()).read();
+    m_table.begin();
+    m_foreignWrites = m_file.foreignWrites();
     QSqlQuery query(m_file.database());
     query.setForwardOnly(true);
     if (!query.exec(JobRow::selectStatement())) {
@@ -122,13 +127,18 @@ bool WebDatabase::Read(const TakeJob &takeJob)
     }
     // The first row is the version row, whatever it holds.
     m_version = query.next() ? query.value(0).toInt() : 0;
-    const FillRecord fill = [&](JobRecord &record, const OutputProfileManager &profiles) {
-        const bool stays = record.loadRow(query, m_version, profiles);
-        record.validator = validators.value(record.guid);
-        return stays;
-    };
+    bool exact = true;
+    exact =
+        query.isValid() && JobRow(query, &exact) == JobRow::versionRow(m_writtenVersion) && exact;
     while (query.next()) {
-        if (!takeJob(fill))
+        StoredJob job(JobRow(query, &exact));
+        job.validator = validators.take(job.row.guid());
+        m_table.append(job);
+        if (!takeJob([&](JobRecord &record, const OutputProfileManager &profiles) {
+                const bool stays = record.loadRow(job.row, m_version, profiles);
+                record.validator = job.validator;
+                return stays;
+            }))
             writeError(QStringLiteral("Load Job Failed."));
     }
     // A page that cannot be read ends the rows as if there were no more of them.
@@ -136,8 +146,21 @@ bool WebDatabase::Read(const TakeJob &takeJob)
         LogError(QStringLiteral("WebDatabase::Read() return false"), query.lastError());
         return false;
     }
+    query.finish();
     m_unread = false;
+    if (exact && validators.isEmpty() && hasIndexOf(m_table))
+        m_table.complete();
     return true;
+}
+
+// The rows were read without the index, which answers this; a broken one must not stay until a job
+// changes.
+bool WebDatabase::hasIndexOf(const JobTable &table) const
+{
+    QSqlQuery query(m_file.database());
+    return query.exec(QStringLiteral("SELECT count(id),sum(id) FROM video_download")) &&
+           query.next() && query.value(0).toULongLong() == table.size() + 1 &&
+           query.value(1).toLongLong() == table.sumOfIds() + m_writtenVersion;
 }
 
 QString WebDatabase::asideName() const
@@ -176,6 +199,25 @@ bool WebDatabase::Save(const Records &records, int patience)
 {
     if (m_unread || !bringBack())
         return false;
+    if (m_table.isKnown()) {
+        JobTable::Difference difference = m_table.differenceTo(records);
+        const bool nothingToWrite = difference.isEmpty();
+        m_file.setPatience(nothingToWrite ? 0 : patience);
+        if (nothingToWrite && m_file.foreignWrites() == m_foreignWrites)
+            return true;
+        if (begin()) {
+            if (m_file.foreignWrites() == m_foreignWrites &&
+                m_table.write(difference, m_file.database()) && commit()) {
+                m_table.apply(std::move(difference));
+                return true;
+            }
+            m_file.database().rollback();
+        } else if (m_state == FileState::Withheld) {
+            return nothingToWrite;
+        }
+        // Whatever it was: to write all of it is right in every case.
+    }
+    m_table.forget();
     m_file.setPatience(patience);
     if (WriteAll(records))
         return true;
@@ -195,33 +237,55 @@ bool WebDatabase::holds(std::size_t rows)
            query.value(0).toString() == QLatin1String("ok");
 }
 
+// Locks the file at once: who cannot write learns it before anything is compared or changed.
+bool WebDatabase::begin()
+{
+    QSqlQuery query(m_file.database());
+    if (query.exec(QStringLiteral("BEGIN IMMEDIATE")))
+        return true;
+    LogError(QStringLiteral("WebDatabase::Save() return false"), query.lastError());
+    return false;
+}
+
+bool WebDatabase::commit()
+{
+    if (m_file.database().commit())
+        return true;
+    LogError(QStringLiteral("WebDatabase::Save() return false"), m_file.database().lastError());
+    return false;
+}
+
 bool WebDatabase::WriteAll(const Records &records)
 {
-    QSqlDatabase database = m_file.database();
     // The rows of the last save stay unless all of the new ones are there.
-    if (!database.transaction()) {
-        LogError(QStringLiteral("WebDatabase::Save() return false"), database.lastError());
+    if (!begin())
         return false;
+    bool whole = true;
+    if (DeleteAll() && WriteVersion()) {
+        m_table.begin();
+        QSqlQuery insertion(m_file.database());
+        insertion.prepare(JobRow::insertStatement()); // what is wrong with it, each row says
+        ValidatorTable validators(m_file.database());
+        validators.clear();
+        for (const JobRecord *record : records) {
+            const StoredJob job(*record);
+            m_table.append(job);
+            // A row that fails is logged and does not stop the others.
+            whole = job.row.insert(insertion) && validators.write(job) && whole;
+        }
+        insertion = QSqlQuery();
+        const bool sound = holds(records.size() + 1);
+        if (sound && commit()) {
+            m_foreignWrites = m_file.foreignWrites();
+            if (whole)
+                m_table.complete();
+            return true;
+        }
+        if (!sound) {
+            writeError(QStringLiteral("WebDatabase::Save() return false"));
+            m_state = FileState::Damaged;
+        }
     }
-    if (!DeleteAll() || !WriteVersion()) {
-        database.rollback();
-        return false;
-    }
-    QSqlQuery insertion(database);
-    insertion.prepare(JobRow::insertStatement()); // what is wrong with it, each row says
-    ValidatorTable validators(database);
-    validators.clear();
-    for (const JobRecord *record : records) {
-        record->insertRow(insertion); // a row that fails is logged and does not stop the others
-        validators.write(*record);    // after the counts: a validator that is stored is not older
-    }
-    insertion = QSqlQuery();
-    const bool sound = holds(records.size() + 1);
-    if (sound && database.commit())
-        return true;
-    LogError(QStringLiteral("WebDatabase::Save() return false"), database.lastError());
-    if (!sound)
-        m_state = FileState::Damaged;
-    database.rollback();
+    m_file.database().rollback();
     return false;
 }

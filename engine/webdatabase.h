@@ -1,11 +1,10 @@
 #pragma once
 
 #include "joblistfile.h"
+#include "jobtable.h"
 
 #include <functional>
-#include <vector>
 
-class JobRecord;
 class OutputProfileManager;
 
 // Keeps the job list in one SQLite file. Uses the default connection. User-interface thread.
@@ -21,7 +20,7 @@ public:
     using FillRecord = std::function<bool(JobRecord &, const OutputProfileManager &)>;
     // Is called for every stored job: makes one, has it filled and keeps it, or drops it (false).
     using TakeJob = std::function<bool(const FillRecord &)>;
-    using Records = std::vector<const JobRecord *>;
+    using Records = JobTable::Records;
 
     static constexpr int quickPatience = 500;     // while somebody works with the window
     static constexpr int thoroughPatience = 2000; // where a failure costs something
@@ -31,9 +30,11 @@ public:
     bool Init();                       // false: the program cannot keep jobs
     bool Read(const TakeJob &takeJob); // false only when the SELECT fails
     bool Recreate();                   // a new, empty list in place of a damaged or lost one
-    // All jobs in one transaction, in that order; records may be left out whose row fails. A file
-    // that was taken away meanwhile is made anew, one that has taken its place put aside. patience:
-    // how long another program may keep the file locked, in milliseconds; the caller waits.
+    // Leaves the records in the file, in that order, in one transaction; those whose row fails are
+    // left out. Writes what has changed since the last time, nothing for no change, and all of it
+    // where the file may hold something else. A file that was taken away meanwhile is made anew,
+    // one that has taken its place put aside. patience: how long another program may keep the file
+    // locked, in milliseconds; the caller waits.
     bool Save(const Records &records, int patience = quickPatience);
 
     // What was wrong with the file when one of the above failed.
@@ -47,12 +48,17 @@ private:
     bool bringBack();
     bool WriteVersion();
     bool DeleteAll();
+    bool begin();
+    bool commit();
     bool WriteAll(const Records &records);
+    bool hasIndexOf(const JobTable &table) const;
     bool holds(std::size_t rows);
     void LogError(const QString &message, const QSqlError &error);
 
     const QString m_folder;
     JobListFile m_file;
+    JobTable m_table;
+    qint64 m_foreignWrites = -1; // when m_table became known
     qint32 m_writtenVersion = 0;
     qint32 m_version = 0;
     FileState m_state = FileState::Missing;

@@ -3,8 +3,11 @@
 #include "literals.h"
 #include "surroundings.h"
 
+#include <QProcess>
 #include <QSignalSpy>
 #include <QSqlQuery>
+
+#include <random>
 
 class JobStoreTest final : public SandboxTest
 {
@@ -194,6 +197,93 @@ private slots:
         QVERIFY(m_database->Save(manager.records()));
         QCOMPARE(storedJobs(), 1);
         QCOMPARE(readFile(m_path + ".replaced"_q), inItsPlace);
+    }
+
+    // Whatever has changed: the table is as if it had been written from the beginning, and nothing
+    // is written for nothing.
+    void savesLeaveWhatARewriteWould()
+    {
+        QSqlDatabase other = QSqlDatabase::addDatabase("QSQLITE"_q, "other"_q);
+        other.setDatabaseName(m_path);
+        QVERIFY(other.open());
+        QSqlQuery query(other);
+        const auto writes = [&] { // changes with every transaction of somebody else
+            const bool told = query.exec("PRAGMA data_version"_q) && query.next();
+            const int number = told ? query.value(0).toInt() : 0;
+            query.finish();
+            return number;
+        };
+        const auto table = [&](const QString &path) {
+            QProcess reader;
+            reader.start("sqlite3"_q, {"-readonly"_q, path,
+                                       "SELECT * FROM video_download; SELECT * FROM "
+                                       "source_validator ORDER BY guid"_q});
+            return reader.waitForFinished() ? reader.readAllStandardOutput() : QByteArray();
+        };
+        const QString quick = "PRAGMA synchronous=OFF"_q; // no power is lost here
+        QVERIFY(QSqlQuery().exec(quick));
+        DownloaderManager manager(EngineFixture::surroundings());
+        std::mt19937 random(1);
+        for (int action = 0; action < 1000; ++action) {
+            const auto records = manager.records();
+            JobRecord *record =
+                records.empty() ? nullptr
+                                : &manager.findJob(records[random() % records.size()]->id)->record;
+            const QString text = QString::number(random());
+            switch (random() % (record ? 7 : 1)) {
+            case 0: {
+                auto job = manager.newJob();
+                job->record.id = action + 1;
+                job->record.guid = text;
+                job->record.video_state = JobState::Stopped;
+                manager.addLoadedJob(std::move(job));
+                break;
+            }
+            case 1:
+                manager.removeJob(record->id, false);
+                break;
+            case 2:
+                record->title = text;
+                break;
+            case 3:
+                record->video_url = text;
+                break;
+            case 4:
+                record->download_bytes += 1;
+                record->validator = text.left(int(random() % 2));
+                break;
+            case 5:
+                record->video_state = JobState(random() % 5);
+                break;
+            case 6:
+                if (action % 10 == 0) // another program has its hands in it
+                    QVERIFY(query.exec("DELETE FROM video_download WHERE id%2"_q));
+            }
+            if (random() % 2)
+                continue;
+            QVERIFY(m_database->Save(manager.records()));
+            const int before = writes();
+            QVERIFY(m_database->Save(manager.records()));
+            QCOMPARE(writes(), before);
+            if (action % 40 < 2) {
+                const QString path = m_sandbox.path("anew/"_q);
+                QDir(path).removeRecursively();
+                {
+                    m_database.reset();
+                    WebDatabase anew(path);
+                    QVERIFY(anew.Init() && QSqlQuery().exec(quick) && anew.Save(manager.records()));
+                }
+                QCOMPARE(table(m_path), table(path + "Task.dat"_q));
+                m_database = std::make_unique<WebDatabase>(m_folder);
+                DownloaderManager reader(EngineFixture::surroundings());
+                QVERIFY(m_database->Init() && readJobs(*m_database, reader));
+                QVERIFY(QSqlQuery().exec(quick));
+            }
+        }
+        QVERIFY(manager.jobs().size() > 100);
+        query = QSqlQuery();
+        other = QSqlDatabase();
+        QSqlDatabase::removeDatabase("other"_q);
     }
 
     void failingSavesAreToldOnce()

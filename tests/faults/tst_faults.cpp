@@ -180,6 +180,7 @@ private slots:
             DownloaderManager manager(testSurroundings());
             QCOMPARE(readJobs(*m_database, manager), readable);
             QCOMPARE(manager.jobs().size(), std::size_t(readable ? 20 : 0));
+            addStoredJobs(&manager, 1);
             QVERIFY(!m_database->Save(manager.records()));
         }
         QVERIFY(QFile::setPermissions(m_path, QFile::ReadOwner | QFile::WriteOwner));
