@@ -21,7 +21,8 @@ private slots:
         const QString camera = "\xF0\x9F\x8E\xAC"_q; // two units and four bytes, not to be parted
         const QPair<QString, QString> cases[] = {
             {formatSize(1025), "1.0 KB"_q},
-            {formatSize(Q_INT64_C(1) << 40), "1024.0 GB"_q},
+            {formatSize(1073741824), "1024.0 MB"_q},
+            {formatSize(1073741825), "1.0 GB"_q},
             {decodeUrl("http://h/a%20b?x=%C3%A9"_q), "http://h/a b?x=é"_q},
             {sanitizeFileName("\\/:*?\"<>|'é"_q + QChar(0)), "__________é_"_q},
             {renamedPath("/v/old.name.mp4"_q, "new"_q), "/v/new.mp4"_q},
