@@ -66,10 +66,23 @@ public:
 
     QString evaluate(const QString &path)
     {
-        return isStopped() ? QString() : m_engine.evaluate(readScript(path)).toString();
+        return isStopped() ? QString() : textOf(m_engine.evaluate(readScript(path)));
     }
 
 private:
+    // An object says its text by a script, and only what evaluate() runs can be ended.
+    QString textOf(const QScriptValue &value)
+    {
+        if (!value.isObject())
+            return value.toString();
+        QScriptValue scope = m_engine.pushContext()->activationObject();
+        scope.setProperty(QStringLiteral("text"), m_text);
+        scope.setProperty(QStringLiteral("value"), value);
+        const QScriptValue text = m_engine.evaluate(QStringLiteral("text(value)"));
+        m_engine.popContext();
+        return text.isObject() ? QString() : text.toString();
+    }
+
     bool isStopped()
     {
         m_stopped = m_stopped || QThread::currentThread()->isInterruptionRequested() ||
@@ -90,6 +103,7 @@ private:
 
     const ScriptTalk &m_talk;
     QScriptEngine m_engine;
+    const QScriptValue m_text = m_engine.evaluate(QStringLiteral("String")); // before any script
     QTimer m_timer;
     bool m_stopped = false;
 };

@@ -111,7 +111,7 @@ private slots:
     // While its page is on the way, and while a script runs for ever. No box is shown there.
     void endsWithItsThread()
     {
-        write("127.0.0.1", "alert('no box'); while (true) {}");
+        write("127.0.0.1", "alert('no box'); ({toString: function() { while (true) {} }})");
         CJSLib library;
         library.loadScripts(m_sandbox.scriptFolder());
         for (const char *path : {"/silent", "/0"}) {
