@@ -40,7 +40,7 @@ HttpResponse cutStream()
 {
     HttpResponse response = EngineFixture::stream(size, 2000000);
     response.cutAfter = half;
-    response.headers = {{"Set-Cookie", "edge=9"}}; // nothing that the page gave
+    response.headers = {{"Set-Cookie", "edge=9"}, {"ETag", "\"e\""}}; // no cookie of the page's
     return response;
 }
 
@@ -217,6 +217,7 @@ private slots:
         QCOMPARE(requests.size(), answers.size());
         QCOMPARE(requests.last().header("Range"),
                  lastRange ? "bytes=" + QByteArray::number(lastRange) + '-' : QByteArray());
+        QCOMPARE(requests.last().header("If-Range"), lastRange ? "\"e\"" : QByteArray());
         QCOMPARE(requests.last().header("Cookie"), QByteArray("id=1; lang=en"));
         QCOMPARE(requests.last().header("Accept-Encoding"), QByteArray("identity"));
         QCOMPARE(requests.last().header("User-Agent"), QByteArray("Agent/1"));
