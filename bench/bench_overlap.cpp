@@ -78,9 +78,11 @@ int main(int argc, char **argv)
     sandbox.loadOptions();
 
     const QString source = sandbox.path(QStringLiteral("source.flv"));
-    ffmpegSeconds(QStringLiteral("-f lavfi -i testsrc2=s=1280x720:r=25:d=20,noise=alls=20:allf=t "
-                                 "-f lavfi -i sine=frequency=440:sample_rate=44100:d=20 "
-                                 "-c:v libx264 -preset ultrafast -b:v 8M -c:a aac"),
+    // A mebibyte a second.
+    ffmpegSeconds(QStringLiteral("-f lavfi -i testsrc2=s=1280x720:r=25:d=%1,noise=alls=20:allf=t "
+                                 "-f lavfi -i sine=frequency=440:sample_rate=44100:d=%1 "
+                                 "-c:v libx264 -preset ultrafast -b:v 8M -c:a aac")
+                      .arg(askedSize(application, 20) / MiB),
                   source);
     const QString profiles = sandbox.path(QStringLiteral("Profiles.xml"));
     writeProfiles(profiles);
