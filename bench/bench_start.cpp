@@ -85,7 +85,7 @@ int main(int argc, char **argv)
         for (int run = 0; run < Runs; ++run)
             times += startUp(&resolution);
         printRow(QStringLiteral("Start to a window, %1 jobs").arg(count), median(times),
-                 QStringLiteral("ms"), 300);
+                 QStringLiteral("ms"), 120);
     }
     printRow(QStringLiteral("Start to a window, longest look for it"), resolution,
              QStringLiteral("ms"));

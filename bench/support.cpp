@@ -86,6 +86,17 @@ qint64 statusValue(const char *field)
     return 0;
 }
 
+qint64 bytesWritten()
+{
+    QFile file(QStringLiteral("/proc/self/io"));
+    if (!file.open(QIODevice::ReadOnly))
+        giveUp(QStringLiteral("no account of what is written"));
+    const QByteArray text = file.readAll();
+    const QByteArray field = "wchar: ";
+    const int at = text.indexOf(field) + field.size();
+    return text.mid(at, text.indexOf('\n', at) - at).toLongLong();
+}
+
 void forgetMemoryPeak()
 {
     QFile file(QStringLiteral("/proc/self/clear_refs"));

@@ -30,8 +30,9 @@ double medianMilliseconds(const std::function<void()> &work); // of Runs runs
 double processorSeconds();
 qint64 statusValue(const char *field); // of /proc/self/status as it stands there: kB or a count
 void forgetMemoryPeak();
-qint64 memoryPeak(); // bytes resident at most since then
-qint64 memoryNow();  // bytes resident
+qint64 memoryPeak();   // bytes resident at most since then
+qint64 memoryNow();    // bytes resident
+qint64 bytesWritten(); // into files, so far
 
 struct Cost
 {
