@@ -31,7 +31,7 @@ double fetchByJobs(const BenchServer &server, const QString &folder, Use *use)
     if (!database.Init())
         giveUp(QStringLiteral("no job database"));
     JobSaver saver(manager, database);
-    QObject::connect(&manager, &DownloaderManager::sigJobsChanged, &saver, &JobSaver::save);
+    QObject::connect(&manager, &DownloaderManager::sigJobsChanged, &saver, &JobSaver::saveSoon);
     QEventLoop loop;
     QObject::connect(&manager, &DownloaderManager::sigAllFinished, &loop, &QEventLoop::quit);
     QTimer sampler;

@@ -3,10 +3,28 @@
 #include "downloadermanager.h"
 #include "webdatabase.h"
 
+#include <utility>
+
 JobSaver::JobSaver(DownloaderManager &manager, WebDatabase &database)
     : m_manager(manager)
     , m_database(database)
 {
+    m_moment.setSingleShot(true);
+    m_moment.setInterval(100);
+    connect(&m_moment, &QTimer::timeout, this, [this] {
+        if (std::exchange(m_due, false))
+            saveSoon();
+    });
+}
+
+void JobSaver::saveSoon()
+{
+    if (m_moment.isActive()) {
+        m_due = true;
+        return;
+    }
+    save();
+    m_moment.start();
 }
 
 bool JobSaver::save()
@@ -22,6 +40,7 @@ bool JobSaver::save()
 
 bool JobSaver::saveLast()
 {
+    m_moment.stop();
     m_manager.stopAll();
     // A failure is in the log; there is nobody left to tell.
     return m_database.Save(m_manager.records(), WebDatabase::thoroughPatience);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QTimer>
 
 class DownloaderManager;
 class WebDatabase;
@@ -15,6 +16,8 @@ public:
     JobSaver(DownloaderManager &manager, WebDatabase &database); // both outlive it
 
     bool save();
+    // At once, but for a moment after a save: jobs that end together are stored together.
+    void saveSoon();
     // At the end of the program: unfinished jobs are stopped and stored in the state they have, so
     // that the next start goes on with them.
     bool saveLast();
@@ -27,5 +30,7 @@ signals:
 private:
     DownloaderManager &m_manager;
     WebDatabase &m_database;
+    QTimer m_moment;    // runs after a save that saveSoon made
+    bool m_due = false; // when it is over
     int m_failures = 0; // in a row
 };

@@ -124,7 +124,7 @@ void MainWindow::connectJobs()
     connect(manager, &DownloaderManager::sigAllFinished, this, &MainWindow::onAllFinished,
             Qt::QueuedConnection);
     // A crash must not lose what was just asked for, nor what was just done.
-    connect(manager, &DownloaderManager::sigJobsChanged, this, &MainWindow::saveDownloadList);
+    connect(manager, &DownloaderManager::sigJobsChanged, &m_stores->saver, &JobSaver::saveSoon);
     const JobNotifications *notifications = m_notifications.get();
     connect(&m_stores->saver, &JobSaver::sigSavingFails, notifications,
             [this] { m_notifications->savingFails(m_stores->database.path()); });

@@ -286,6 +286,25 @@ private slots:
         QSqlDatabase::removeDatabase("other"_q);
     }
 
+    void jobsThatChangeTogetherAreSavedTogether()
+    {
+        QSqlQuery query;
+        const auto stored = [&] {
+            const bool told = query.exec("SELECT page FROM video_download WHERE id=7"_q);
+            return told && query.next() ? query.value(0).toString() : QString();
+        };
+        DownloaderManager manager(EngineFixture::surroundings());
+        JobSaver saver(manager, *m_database);
+        JobRecord &record = addJob(manager)->record;
+        for (const QString &page : {"at once"_q, "in a moment"_q, "now"_q}) {
+            record.page = page;
+            saver.saveSoon();
+            QCOMPARE(stored(), "at once"_q);
+        }
+        QTRY_COMPARE(stored(), "now"_q);
+        query.finish();
+    }
+
     void failingSavesAreToldOnce()
     {
         DownloaderManager manager(EngineFixture::surroundings());
