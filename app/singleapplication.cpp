@@ -43,8 +43,12 @@ bool SingleApplication::becomesFirst(const QString &ownKey)
     QElapsedTimer waited;
     waited.start();
     while (!m_listLock.lock(0)) {
-        const QByteArray key = m_listLock.note();
-        if (!key.isEmpty() && meetsInstance(QFile::decodeName(key), false))
+        // The note of one that was killed stands for nobody: what still holds its lock and its
+        // segment is a child that it was about to start, and that lets go of both in a moment.
+        const QByteArray note = m_listLock.note();
+        const int end = note.indexOf('\n');
+        if (end > 0 && platform::isProcessAlive(note.mid(end + 1).toLongLong()) &&
+            meetsInstance(QFile::decodeName(note.left(end)), false))
             return false;
         // Who never ends, or cannot be reached, still works on the list.
         if (waited.elapsed() >= endPatience)
@@ -84,7 +88,8 @@ void SingleApplication::takeMessages()
         return;
     }
     writeSegment(noMessage());
-    m_listLock.setNote(QFile::encodeName(m_sharedMemory.nativeKey()));
+    m_listLock.setNote(QFile::encodeName(m_sharedMemory.nativeKey()) + '\n' +
+                       QByteArray::number(applicationPid()));
     auto *poll = new QTimer(this);
     connect(poll, &QTimer::timeout, this, &SingleApplication::checkForMessage);
     poll->setTimerType(Qt::VeryCoarseTimer); // on the full second, with the window's

@@ -33,6 +33,7 @@ bool startDetached(const QString &program, const QStringList &arguments);
 void holdNamedMutex(const QString &name);
 // Key of the message segment for QSharedMemory::setNativeKey, private to the user.
 QString instanceSegmentKey(const QString &title);
+bool isProcessAlive(qint64 id);
 // A lock between the processes of one user. The system releases it when its holder dies. Its file
 // can bear a note.
 class ProcessLock final

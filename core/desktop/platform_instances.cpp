@@ -6,6 +6,7 @@
 #include <QThread>
 
 #include <cerrno>
+#include <csignal>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -66,6 +67,11 @@ void platform::holdNamedMutex(const QString &name)
 QString platform::instanceSegmentKey(const QString &title)
 {
     return runtimePath(title) + QStringLiteral(".segment");
+}
+
+bool platform::isProcessAlive(qint64 id)
+{
+    return kill(static_cast<pid_t>(id), 0) == 0 || errno == EPERM;
 }
 
 platform::ProcessLock::ProcessLock(const QString &key)

@@ -5,6 +5,7 @@
 #include <QFile>
 
 #include <cstdio>
+#include <unistd.h>
 
 static void say(const QString &text)
 {
@@ -13,7 +14,8 @@ static void say(const QString &text)
 }
 
 // A program of which one runs: it says what it hears. With an argument, it sends that as message;
-// "hold" keeps the segment's lock. Its end takes until its input is closed.
+// "hold" keeps the segment's lock, "child" has a child that is not started for
+// a second. Its end takes until its input is closed.
 int main(int argc, char **argv)
 {
     const QString title = AppInfo::instance()->title;
@@ -32,6 +34,8 @@ int main(int argc, char **argv)
     platform::ProcessLock lock(platform::instanceSegmentKey(title));
     if (argument == QLatin1String("hold"))
         lock.lock(0);
+    if (argument == QLatin1String("child") && fork() == 0)
+        _exit(static_cast<int>(sleep(1)));
     say(QStringLiteral("first"));
     const int code = QApplication::exec();
     say(QStringLiteral("ending"));

@@ -71,6 +71,7 @@ private slots:
         QTest::addColumn<QString>("argument");
         QTest::newRow("idle") << QStringLiteral("1");
         QTest::newRow("holding the lock") << QStringLiteral("hold");
+        QTest::newRow("starting a child") << QStringLiteral("child");
     }
     void startsAfterKill()
     {

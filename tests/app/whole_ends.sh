@@ -17,7 +17,7 @@ mp4=100      # the output format
 folder=$HOME/Documents/Corvane\ Reelkeeper
 list=$(data_folder)/Task.dat
 declare -A stream checked # by job: name of its stream
-next=1 kills=0 terminations=0 same=0 converted=0
+round=0 tenths=10 next=1 kills=0 terminations=0 same=0 converted=0
 
 sql() { sqlite3 -cmd ".timeout 5000" "$list" "$1"; } # may write: what a killed run left half done is rolled back
 
@@ -72,11 +72,14 @@ inspect() {
 }
 
 end_program() { # SIGNAL
-    local code=0
-    kill "-$1" "$program" || die "it ended by itself: $(cat "$scratch/program.log")"
+    local code=0 gone=
+    kill "-$1" "$program" 2>/dev/null || gone="by itself "
     wait "$program" 2>/dev/null || code=$?
+    [ -z "$gone" ] || code=-$code
     # A signal may come before main() is reached.
-    case $1-$code in KILL-137 | TERM-0 | TERM-143) ;; *) die "$1: it ended with $code" ;; esac
+    case $1-$code in KILL-137 | TERM-0 | TERM-143) ;; *)
+        die "$1 after $tenths tenths in round $round: it ended ${gone}with $code: $(cat "$scratch/program.log")" ;;
+    esac
     wait_until 30 "the end of the encoders" no_encoder || die "an encoder is left"
 }
 no_encoder() { ! pgrep -f "ffmpeg.*$HOME" >/dev/null; }
