@@ -19,6 +19,32 @@ static void tell(const QString &title, const QString &text)
     showMessageBox(QMessageBox::Information, title, text, QMessageBox::Ok, QMessageBox::Ok);
 }
 
+namespace {
+
+// Looks at the job's file when it is looked at itself: most rows of a long list never are.
+class InformationCell final : public QTableWidgetItem
+{
+public:
+    explicit InformationCell(const JobRecord &record) // of a job that outlives the row
+        : m_record(record)
+    {
+    }
+    QVariant data(int role) const override
+    {
+        if (role != Qt::DisplayRole)
+            return QTableWidgetItem::data(role);
+        if (m_text.isEmpty())
+            m_text = finishedInformation(m_record, fileSize(m_record.output_name));
+        return m_text;
+    }
+
+private:
+    const JobRecord &m_record;
+    mutable QString m_text;
+};
+
+} // namespace
+
 FinishedTableWidget::FinishedTableWidget(QWidget *parent)
     : JobTableWidget({QStringLiteral("Finished TableWidget"), QStringLiteral("387,386"),
                       FinishedColumns::Count, FinishedColumns::Name},
@@ -48,8 +74,7 @@ void FinishedTableWidget::insertJob(HttpJob *job, int row)
     name->setData(Qt::UserRole, record.id);
     name->setFlags(Qt::ItemIsSelectable | Qt::ItemIsEditable | Qt::ItemIsEnabled);
     setItem(row, FinishedColumns::Name, name);
-    auto *information =
-        new QTableWidgetItem(finishedInformation(record, fileSize(record.output_name)));
+    auto *information = new InformationCell(record);
     information->setFlags(Qt::ItemIsSelectable | Qt::ItemIsEnabled);
     setItem(row, FinishedColumns::Information, information);
 }
