@@ -262,6 +262,8 @@ void HttpTask::onFinished()
         return; // the error slot has it
     if (m_reply->bytesAvailable() > 0)
         onReadyRead(); // what arrived together with the end
+    else if (m_body == Body::Undecided && m_record.download_bytes > 0)
+        judgeAnswer(); // one without a body must not cost what is here either
     if (!m_ended && m_reply && m_reply->isFinished())
         endWell();
 }

@@ -73,13 +73,13 @@ StreamAnswer StreamAnswer::to(const StreamQuestion &question, const AnswerHead &
         return {Append, question.total < 0 ? told : question.total};
     }
     if (resumed && head.status != 200)
-        return {Ignore};
+        return notNow; // the way to a network's log-in page, as a rule
     if (head.status == 206 && head.range.first > 0)
-        return {Ignore};
+        return question.held > 0 ? notNow : StreamAnswer{Ignore};
 
     // What is left is the stream from its beginning, or something in its place.
     const qint32 typeError = sourceTypeError(head.contentType);
-    if (question.held > 0 && (typeError != 0 || isPageType(head.contentType) || head.length < 0))
+    if (question.held > 0 && (typeError != 0 || isPageType(head.contentType) || head.length <= 0))
         return notNow;
     if (typeError != 0)
         return {Fail, -1, typeError};
