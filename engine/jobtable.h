@@ -7,7 +7,6 @@
 
 class JobRecord;
 class QSqlDatabase;
-class QSqlError;
 
 // What the table of jobs is known to hold, so that a save need not write it all again: the rows
 // behind the version row, in the order in which they are read. User-interface thread.

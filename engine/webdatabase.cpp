@@ -206,12 +206,16 @@ bool WebDatabase::Save(const Records &records, int patience)
         if (nothingToWrite && m_file.foreignWrites() == m_foreignWrites)
             return true;
         if (begin()) {
-            if (m_file.foreignWrites() == m_foreignWrites &&
-                m_table.write(difference, m_file.database()) && commit()) {
+            const bool written = m_file.foreignWrites() == m_foreignWrites &&
+                                 m_table.write(difference, m_file.database());
+            if (written && commit()) {
                 m_table.apply(std::move(difference));
                 return true;
             }
             m_file.database().rollback();
+            // A reader that stayed for that long has to be waited for once only.
+            if (written && m_state == FileState::Withheld)
+                return false;
         } else if (m_state == FileState::Withheld) {
             return nothingToWrite;
         }
@@ -275,8 +279,8 @@ bool WebDatabase::WriteAll(const Records &records)
         }
         insertion = QSqlQuery();
         const bool sound = holds(records.size() + 1);
+        m_foreignWrites = m_file.foreignWrites(); // while nobody else can write
         if (sound && commit()) {
-            m_foreignWrites = m_file.foreignWrites();
             if (whole)
                 m_table.complete();
             return true;
