@@ -49,7 +49,7 @@ public:
     int trayNotifyDuration = 0; // seconds
     bool showMainFrame = false;
     int jsVersion = -1;
-    QString jsPath; // ends with a separator by default
+    QString jsPath; // ends with the native separator
     bool firstCloseMainFrame = false;
 
     bool enableLogging = false;

@@ -127,7 +127,6 @@ dunst -conf "$scratch/dunstrc" >"$scratch/dunst.log" 2>&1 &
 kill "$tray"
 mkfifo "$scratch/orders"
 "$session_manager" <"$scratch/orders" >"$scratch/session" &
-children+=($!)
 exec 9>"$scratch/orders"
 wait_until 10 "the session's manager" grep -q address "$scratch/session" || die "no session"
 SESSION_MANAGER=$(sed -n 's/^address //p' "$scratch/session")
@@ -136,7 +135,6 @@ bytes=$(partial)
 start_program -hide
 wait_until 20 "more bytes" partial_has $((bytes + 100000)) || die "the download did not go on"
 "$tray_host" >"$scratch/tray" &
-children+=($!)
 wait_until 20 "the tray icon" grep -q icon "$scratch/tray" || die "no icon in the bus's tray"
 ! window_named "$title" || die "-hide showed the window"
 icon() { # METHOD ARGUMENTS...: of the icon on the bus
