@@ -1,6 +1,7 @@
 #include "exitcontrol.h"
 
 #include "dlgexit.h"
+#include "messagebox.h"
 #include "options.h"
 
 #include <QWidget>
@@ -36,6 +37,13 @@ bool ExitControl::trayChanged(bool there)
 {
     m_tray = there ? Tray::There : Tray::Missing;
     return m_inBackground && !m_exiting && settle();
+}
+
+void ExitControl::comeForward()
+{
+    // The desktop may show a window without giving it the focus; it is in use all the same.
+    cameBack();
+    bringToFront(&m_window);
 }
 
 bool ExitControl::settle()

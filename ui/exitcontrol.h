@@ -25,6 +25,7 @@ public:
     // The tray has come, has gone or is known not to be there: a window that was sent to the
     // background goes where it can be found again.
     bool trayChanged(bool there);               // true as above
+    void comeForward();                         // out of the background
     void cameBack() { m_inBackground = false; } // the window is being used again
 
 private:

@@ -177,7 +177,7 @@ void MainWindow::openNewDownload(const QString &url)
     if (m_notifications->isCountingDown())
         return;
     if (isVisible())
-        bringToFront(this);
+        m_exit.comeForward();
     m_newDownload->run(url);
 }
 
@@ -244,13 +244,13 @@ void MainWindow::onShowContextMenu()
 void MainWindow::iconActivated(QSystemTrayIcon::ActivationReason reason)
 {
     if (reason == QSystemTrayIcon::DoubleClick || reason == QSystemTrayIcon::Trigger)
-        bringToFront(this);
+        m_exit.comeForward();
 }
 
 void MainWindow::onInstanceCheck(QString strTimes)
 {
     if (strTimes.toInt() > 0)
-        bringToFront(this);
+        m_exit.comeForward();
 }
 
 void MainWindow::onFinished(int nID)

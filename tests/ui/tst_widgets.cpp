@@ -174,8 +174,7 @@ private slots:
         QVERIFY(control.trayChanged(true) && !window.isVisible());
         QVERIFY(!control.trayChanged(false) && window.isMinimized() && window.isVisible());
         QVERIFY(!control.trayChanged(true) && !window.isVisible()); // the balloon is for once
-        window.show();
-        control.cameBack();
+        control.comeForward();
         QVERIFY(!control.trayChanged(true) && window.isVisible());
     }
 
