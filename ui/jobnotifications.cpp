@@ -3,6 +3,7 @@
 #include "closesystem.h"
 #include "dlgshutdown.h"
 #include "downloadermanager.h"
+#include "messagebox.h"
 #include "options.h"
 
 JobNotifications::JobNotifications(const DownloaderManager &manager, const Options &options,
@@ -27,11 +28,23 @@ void JobNotifications::jobEnded(int id)
         emit balloon(tr("Download Failed"), tr("Failed to download \"%1\".").arg(title), icon);
 }
 
-void JobNotifications::savingFails(const QString &path)
+void JobNotifications::savingFails(const QString &path, bool hasBalloons)
 {
-    emit balloon(tr("Cannot Save"),
-                 tr("The download list cannot be saved to \"%1\". It is tried again.").arg(path),
-                 QSystemTrayIcon::Warning);
+    const QString title = tr("Cannot Save");
+    const QString text =
+        tr("The download list cannot be saved to \"%1\". It is tried again.").arg(path);
+    if (hasBalloons) {
+        emit balloon(title, text, QSystemTrayIcon::Warning);
+        return;
+    }
+    // Not from inside the save, which has its callers.
+    QMetaObject::invokeMethod(
+        this,
+        [this, title, text] {
+            if (!m_countingDown)
+                showMessageBox(QMessageBox::Warning, title, text, QMessageBox::Ok, QMessageBox::Ok);
+        },
+        Qt::QueuedConnection);
 }
 
 void JobNotifications::allEnded()

@@ -20,7 +20,8 @@ public:
     JobNotifications(const DownloaderManager &manager, const Options &options, QWidget *window);
 
     void jobEnded(int id); // an unknown id is ignored
-    void savingFails(const QString &path);
+    // By a balloon, or by a box where there are no balloons.
+    void savingFails(const QString &path, bool hasBalloons);
     void allEnded(); // may run the countdown dialog
     // While it counts nothing may open above it: the person has to see it.
     bool isCountingDown() const { return m_countingDown; }

@@ -126,8 +126,10 @@ void MainWindow::connectJobs()
     // A crash must not lose what was just asked for, nor what was just done.
     connect(manager, &DownloaderManager::sigJobsChanged, &m_stores->saver, &JobSaver::saveSoon);
     const JobNotifications *notifications = m_notifications.get();
-    connect(&m_stores->saver, &JobSaver::sigSavingFails, notifications,
-            [this] { m_notifications->savingFails(m_stores->database.path()); });
+    connect(&m_stores->saver, &JobSaver::sigSavingFails, notifications, [this] {
+        m_notifications->savingFails(m_stores->database.path(),
+                                     m_trayIcon && m_trayIcon->isShown());
+    });
     connect(notifications, &JobNotifications::balloon, this, &MainWindow::showTrayMessage);
     connect(notifications, &JobNotifications::countingDown, this, [this](bool now) {
         form().btnSettings->setEnabled(!now);

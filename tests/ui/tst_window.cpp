@@ -269,6 +269,10 @@ private slots:
             notifications.jobEnded(id);
         }
         QCOMPARE(balloons, QStringList{"Download Failed|Failed to download \"50% %1\"."_q});
+        // Whatever the desktop has to tell it with.
+        const ModalDriver person("QMessageBox");
+        notifications.savingFails("Task.dat"_q, false);
+        QTRY_COMPARE(person.seen(), 1);
     }
 
 private:
