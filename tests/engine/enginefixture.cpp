@@ -28,6 +28,17 @@ HttpResponse EngineFixture::stream(qint64 bytes, qint64 bytesPerSecond)
     return response;
 }
 
+HttpResponse EngineFixture::partial(qint64 first, qint64 bytes, qint64 total)
+{
+    HttpResponse response = HttpResponse::text(pattern(first, bytes), "video/mp4");
+    response.status = 206;
+    response.honourRange = false;
+    response.headers = {{"Content-Range", "bytes " + QByteArray::number(first) + '-' +
+                                              QByteArray::number(first + bytes - 1) + '/' +
+                                              QByteArray::number(total)}};
+    return response;
+}
+
 HttpResponse EngineFixture::page()
 {
     HttpResponse response = HttpResponse::text("<html></html>");

@@ -16,6 +16,8 @@ public:
     static JobSurroundings surroundings(); // with quick retries
     // A stream of that many pattern bytes, as a video.
     static HttpResponse stream(qint64 bytes, qint64 bytesPerSecond = 0);
+    // A 206 with those of its bytes, whatever was asked for.
+    static HttpResponse partial(qint64 first, qint64 bytes, qint64 total);
     static HttpResponse page(); // gives two cookies
     VideoInfo info(const QString &title = QStringLiteral("Clip")) const;
     std::unique_ptr<HttpJob> newJob(const QString &title = QStringLiteral("Clip")) const;
