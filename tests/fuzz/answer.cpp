@@ -1,4 +1,5 @@
 #include "contenttype.h"
+#include "downloaderror.h"
 #include "fuzz.h"
 #include "sourcefile.h"
 #include "streamanswer.h"
@@ -24,6 +25,10 @@ void fuzz(const QByteArray &input)
             answer.kind == StreamAnswer::Append || answer.kind == StreamAnswer::Begin;
         holds(!stored || (head.encoding.isEmpty() || head.encoding == "identity"));
         holds(!stored || question.held == 0 || !isPageType(head.contentType));
+        // What is here goes for an answer that takes its place, or for a plain no.
+        const bool keeps = answer.kind != StreamAnswer::Begin || answer.total > 0;
+        holds(question.held == 0 || (keeps && !isFatalDownloadError(answer.code)));
+        holds(question.held == 0 || answer.kind != StreamAnswer::Ignore || head.status >= 400);
         holds(answer.kind != StreamAnswer::Append || head.range.first == question.offset);
         holds(answer.kind != StreamAnswer::Begin || answer.total >= 0);
         holds(answer.kind != StreamAnswer::Complete || answer.total == question.held);
