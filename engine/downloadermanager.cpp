@@ -47,7 +47,10 @@ HttpJob *DownloaderManager::registerJob(std::unique_ptr<HttpJob> job)
     HttpJob *registered = job.get();
     m_jobs.push_back(std::move(job));
     const int id = registered->record.id;
-    m_largestId = qMax(m_largestId, id);
+    // A damaged list may hold one that leaves none above it.
+    constexpr int largestSensible = 1 << 30;
+    if (id <= largestSensible)
+        m_largestId = qMax(m_largestId, id);
     if (m_jobOfId.contains(id))
         m_laterOfId[id].append(registered);
     else
