@@ -5,6 +5,7 @@
 #include <QDomDocument>
 #include <QFile>
 #include <QStringList>
+#include <QXmlStreamReader>
 
 namespace {
 // The name comes from the network and becomes a path below the script folder.
@@ -22,6 +23,18 @@ bool staysInFolder(const QString &name)
     }
     return true;
 }
+
+// The document's nodes are made and deleted by recursion: one that is nested deeply enough would
+// end the program, at each of its starts.
+bool isShallow(const QByteArray &xml)
+{
+    constexpr int deepest = 100;
+    QXmlStreamReader reader(xml);
+    reader.setNamespaceProcessing(false); // the document does not look at them either
+    for (int depth = 0; !reader.atEnd() && depth <= deepest; reader.readNext())
+        depth += int(reader.isStartElement()) - int(reader.isEndElement());
+    return reader.atEnd() && !reader.hasError();
+}
 } // namespace
 
 SiteProfile::Error SiteProfile::read(const QString &path)
@@ -34,7 +47,7 @@ SiteProfile::Error SiteProfile::read(const QByteArray &xml)
 {
     *this = SiteProfile();
     QDomDocument document;
-    if (!document.setContent(xml))
+    if (!isShallow(xml) || !document.setContent(xml))
         return NotWellFormed;
     bool serverRead = false;
     const QDomNode root = document.documentElement();

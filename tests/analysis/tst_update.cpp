@@ -109,6 +109,7 @@ private slots:
             {file + "<!-- --></domain></sites>", -4},
             {"<sites><other/></sites>", -4},
             {file + "</domain></sites>", -5},
+            {QByteArray("<a>").repeated(200000) + QByteArray("</a>").repeated(200000), -2},
         };
         for (const auto &row : cases) {
             QVERIFY(writeFile(path, "<p>" + row.first + "</p>"));
