@@ -10,6 +10,8 @@
 
 namespace {
 constexpr int fetchAttempts = 5;
+// Each is compared with those before it, and gets lines of its own in the log.
+constexpr int mostStreams = 1000;
 
 // quit() ends the event loops of a thread, and those begun later. A run of scripts is none, so it
 // looks whether one would still run.
@@ -148,6 +150,8 @@ QVector<VideoStream> PageAnalysis::splitStreams(const QString &streamText)
     QVector<VideoStream> streams;
     const QStringList records = streamText.split(QStringLiteral("||"));
     for (const QString &record : records) {
+        if (streams.size() == mostStreams)
+            break; // no site has so many, but a page may say anything
         const QStringList halves = record.split(QLatin1Char('|'));
         if (halves.size() != 2)
             continue;

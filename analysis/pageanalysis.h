@@ -41,7 +41,8 @@ public:
     // User-interface thread.
     Result analyse(const QString &url, const OutputProfileManager &profiles, VideoInfo *info);
 
-    // The well-formed records of a stream text, in order, duplicates kept. Any thread.
+    // The well-formed records of a stream text, in order, duplicates kept, at most 1000. Any
+    // thread.
     static QVector<VideoStream> splitStreams(const QString &streamText);
 
     static bool isDuplicate(const QVector<VideoStream> &streams, const VideoStream &stream);

@@ -54,9 +54,11 @@ void SimpleDownload::onReadyRead(QNetworkReply *reply)
     const QByteArray bytes = reply->readAll();
     if (bytes.isEmpty())
         return;
-    m_writeOk = m_file.write(bytes) == bytes.size();
+    // A manifest is read as a whole, and no script needs as much.
+    const bool fits = m_file.size() + bytes.size() <= largestFile;
+    m_writeOk = fits && m_file.write(bytes) == bytes.size();
     if (!m_writeOk) {
-        m_error = NotWritten;
+        m_error = fits ? NotWritten : TooLarge;
         emit sigFinished(1, 2);
         m_get.stop();
     }

@@ -14,12 +14,14 @@ class SimpleDownload final : public QObject
     Q_DISABLE_COPY(SimpleDownload)
 
 public:
-    static constexpr int transferTimeout = 10000; // milliseconds without a byte
+    static constexpr int transferTimeout = 10000;        // milliseconds without a byte
+    static constexpr int largestFile = 16 * 1024 * 1024; // bytes
 
     // Why a download failed, beside the numbers of QNetworkReply::NetworkError.
     enum Error {
         NotWritten = 1003,
         Empty = 1013,
+        TooLarge = 1014,
     };
 
     explicit SimpleDownload(int timeout = transferTimeout);

@@ -148,6 +148,9 @@ private slots:
         HttpResponse slow = HttpResponse::text("new bytes");
         slow.bytesPerSecond = 20;
         m_server->setResponse("/slow", slow);
+        HttpResponse large = HttpResponse::text("");
+        large.generatedBytes = SimpleDownload::largestFile + 1;
+        m_server->setResponse("/large", large);
         const QString good = m_server->url("/js/site.a"_q);
         const auto fetch = [this](const QString &url, const char *target) {
             SimpleDownload download(300); // without a byte
@@ -156,6 +159,7 @@ private slots:
         QVERIFY(!fetch(m_server->url("/stalled"_q), "site.a"));
         QVERIFY(!fetch(QUrl::fromLocalFile(file("site.b")).toString(), "site.a"));
         QVERIFY(!fetch(m_server->url("/empty"_q), "site.a"));
+        QVERIFY(!fetch(m_server->url("/large"_q), "site.a"));
         QVERIFY(!fetch(good, "missing/site.a"));
         QVERIFY(QFile::remove(file("site.a_temp")));
         QVERIFY(QFile::link("/dev/full"_q, file("site.a_temp"))); // a full disk
