@@ -63,8 +63,9 @@ QString frameSizeArgument(const QString &source, const QString &target)
 // without its value or bring options of its own, so it becomes "0x0", which keeps the size.
 static QString sizeWord(const QString &source)
 {
+    constexpr int longestSize = 32; // a command line has a limit
     const bool oneWord =
-        !source.isEmpty() && !source.startsWith(QLatin1Char('-')) &&
+        !source.isEmpty() && source.size() <= longestSize && !source.startsWith(QLatin1Char('-')) &&
         std::none_of(source.cbegin(), source.cend(), [](QChar letter) {
             return letter.isSpace() || letter == QLatin1Char('"') || !letter.isPrint();
         });

@@ -93,7 +93,11 @@ QString sanitizeFileName(const QString &name)
 
 QString nameFromTitle(const QString &title)
 {
-    QString name = sanitizeFileName(title);
+    // A page may say anything: what no file name holds is nothing to show or to hand to a program.
+    constexpr int longestTitle = 255;
+    QString name = sanitizeFileName(title.left(longestTitle));
+    if (name.size() == longestTitle && name.at(longestTitle - 1).isHighSurrogate())
+        name.chop(1);
     for (int i = 0; i < name.size() && name.at(i) == QLatin1Char('.'); ++i)
         name[i] = QLatin1Char('_');
     return name.trimmed().isEmpty() ? QStringLiteral("video") : name;

@@ -22,7 +22,8 @@ QString renamedPath(const QString &file, const QString &newBaseName);
 // hide the file.
 bool isValidFileName(const QString &name);
 QString sanitizeFileName(const QString &name); // each of them replaced by "_"
-// What a file may be called after a title: sanitised, never hidden, never empty.
+// What a file may be called after a title: sanitised, never hidden, never empty, not longer than
+// any file's name.
 QString nameFromTitle(const QString &title);
 void ensureTrailingSeparator(QString &path);
 // The longest beginning of baseName, cut at a character boundary, for which
