@@ -215,9 +215,6 @@ void EncoderRun::handleLine(const std::string &line, char end)
 {
     const std::string progress = readableProgress(line);
     if (!progress.empty()) {
-        // The reader cuts at CR alone: what stands before must not become part of this line.
-        if (m_lastEnd == '\n')
-            m_messages += '\r';
         m_messages += progress + '\r';
     } else {
         m_messages += line;
@@ -227,7 +224,6 @@ void EncoderRun::handleLine(const std::string &line, char end)
     }
     if (end == '\n' || (end == '\r' && progress.empty()))
         m_messages += end;
-    m_lastEnd = end;
 }
 
 // FFmpeg tells what it has been given, then what it is going to make of it; a cover is no picture.

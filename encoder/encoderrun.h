@@ -34,8 +34,7 @@ private:
     bool m_inSource = true; // what the encoder says is about the video it reads
     bool m_hasPicture = false;
     bool m_pictureMissing = false;
-    int m_turns = 0; // of the picture there, by quarters
-    char m_lastEnd = '\r';
+    int m_turns = 0;           // of the picture there, by quarters
     bool m_inputWaits = false; // standard input has something, or its end, to give
     bool m_inputEnded = false;
     int m_toEncoder = -1;
