@@ -16,9 +16,12 @@ QString declaredCharset(const QString &page, const QString &address)
         return QString();
     const int headBegin = start + headStart.size();
     const QString head = page.mid(headBegin, end - headBegin);
+    int tagEnd = 0;
+    // What begins inside of a tag ends with it and has no more to say: a page full of beginnings
+    // is read once, not once for each.
     for (int tagStart = head.indexOf(QLatin1String("<meta ")); tagStart >= 0;
-         tagStart = head.indexOf(QLatin1String("<meta "), tagStart + 1)) {
-        const int tagEnd = head.indexOf(QLatin1Char('>'), tagStart);
+         tagStart = head.indexOf(QLatin1String("<meta "), tagEnd)) {
+        tagEnd = head.indexOf(QLatin1Char('>'), tagStart);
         if (tagEnd < 0)
             break; // nor does any later one
         const QString tag = head.mid(tagStart, tagEnd - tagStart);

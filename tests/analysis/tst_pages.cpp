@@ -46,7 +46,7 @@ private slots:
     {
         static const struct
         {
-            const char *page;
+            QByteArray page;
             const char *expected;
         } cases[] = {
             {"<head></head>\xD0\x9F", "П"},
@@ -55,6 +55,7 @@ private slots:
             {"<head><meta charset='koi8-r'><meta charset=windows-1251\"></head>\xCF", "П"},
             {"</head><head><meta charset=windows-1251\">\xD0\x9F", "П"},
             {"<head><meta charset=no-such\"></head>\xC4", "Ä"},
+            {"<head>" + QByteArray("<meta ").repeated(2000000) + "></head>\xD0\x9F", "П"},
         };
         for (const auto &row : cases)
             QVERIFY2(decodePage(row.page, QString()).right(1) == QString::fromUtf8(row.expected),
