@@ -32,7 +32,7 @@ struct Failure
 void logFailure(const QString &text, const Failure &failure)
 {
     log(text);
-    log(QStringLiteral("file \"%1\", code %2.").arg(failure.file).arg(failure.code));
+    log(QStringLiteral("file \"%1\", code %2.").arg(failure.file, QString::number(failure.code)));
 }
 } // namespace
 
