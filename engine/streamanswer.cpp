@@ -62,12 +62,13 @@ StreamAnswer StreamAnswer::to(const StreamQuestion &question, const AnswerHead &
         return {Ignore};
     // Asked for the plain bytes, and got them packed all the same (by a proxy, as a rule): stored,
     // they would be no video, and no offset would be true.
-    if (!head.encoding.isEmpty() && head.encoding != "identity")
+    const bool packed = !head.encoding.isEmpty() && head.encoding != "identity";
+    if (question.held > 0 && (packed || isPageType(head.contentType)))
+        return notNow;
+    if (packed)
         return {Short};
 
     if (resumed && head.status == 206) {
-        if (isPageType(head.contentType))
-            return notNow;
         if (head.range.first != question.offset || !sameFile)
             return {StartOver};
         return {Append, question.total < 0 ? told : question.total};
@@ -79,7 +80,7 @@ StreamAnswer StreamAnswer::to(const StreamQuestion &question, const AnswerHead &
 
     // What is left is the stream from its beginning, or something in its place.
     const qint32 typeError = sourceTypeError(head.contentType);
-    if (question.held > 0 && (typeError != 0 || isPageType(head.contentType) || head.length <= 0))
+    if (question.held > 0 && (typeError != 0 || head.length <= 0))
         return notNow;
     if (typeError != 0)
         return {Fail, -1, typeError};

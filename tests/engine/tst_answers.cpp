@@ -97,6 +97,7 @@ private slots:
             {__LINE__, rest, head(206, "text/html", 10, "bytes 20-29/30"), {A::Fail, -1, notNow}},
             {__LINE__, again, head(206, "video/mp4", 10, "bytes 9-18/30"), {A::Fail, -1, notNow}},
             {__LINE__, rest, head(302, "text/html", 10), {A::Fail, -1, notNow}},
+            {__LINE__, rest, head(200, "video/mp4", 30, "", "gzip"), {A::Fail, -1, notNow}},
             {__LINE__, rest, head(403, "video/mp4", 30), {A::Ignore}},
             {__LINE__, rest, head(200, "video/mp4", 31), {A::Begin, 31}},
             {__LINE__, rest, head(200, "video/mp4", -1), {A::Fail, -1, notNow}},

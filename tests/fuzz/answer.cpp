@@ -29,6 +29,7 @@ void fuzz(const QByteArray &input)
         const bool keeps = answer.kind != StreamAnswer::Begin || answer.total > 0;
         holds(question.held == 0 || (keeps && !isFatalDownloadError(answer.code)));
         holds(question.held == 0 || answer.kind != StreamAnswer::Ignore || head.status >= 400);
+        holds(question.held == 0 || answer.kind != StreamAnswer::Short);
         holds(answer.kind != StreamAnswer::Append || head.range.first == question.offset);
         holds(answer.kind != StreamAnswer::Begin || answer.total >= 0);
         holds(answer.kind != StreamAnswer::Complete || answer.total == question.held);
