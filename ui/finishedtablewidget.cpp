@@ -25,7 +25,7 @@ namespace {
 class InformationCell final : public QTableWidgetItem
 {
 public:
-    explicit InformationCell(const JobRecord &record) // of a job that outlives the row
+    explicit InformationCell(const JobRecord &record) // must live as long as the row is shown
         : m_record(record)
     {
     }
