@@ -3,6 +3,8 @@
 #include "downloadermanager.h"
 #include "webdatabase.h"
 
+#include <QElapsedTimer>
+
 #include <utility>
 
 JobSaver::JobSaver(DownloaderManager &manager, WebDatabase &database)
@@ -10,7 +12,6 @@ JobSaver::JobSaver(DownloaderManager &manager, WebDatabase &database)
     , m_database(database)
 {
     m_moment.setSingleShot(true);
-    m_moment.setInterval(100);
     connect(&m_moment, &QTimer::timeout, this, [this] {
         if (std::exchange(m_due, false))
             saveSoon();
@@ -23,8 +24,12 @@ void JobSaver::saveSoon()
         m_due = true;
         return;
     }
+    QElapsedTimer clock;
+    clock.start();
     save();
-    m_moment.start();
+    // A disk that is busy with the downloads themselves makes a save wait; the window has to live.
+    constexpr qint64 shortest = 100; // milliseconds
+    m_moment.start(int(qMax(shortest, 10 * clock.elapsed())));
 }
 
 bool JobSaver::save()

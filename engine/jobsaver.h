@@ -16,7 +16,8 @@ public:
     JobSaver(DownloaderManager &manager, WebDatabase &database); // both outlive it
 
     bool save();
-    // At once, but for a moment after a save: jobs that end together are stored together.
+    // At once, but for a moment after a save, the longer the slower that was: jobs that end
+    // together are stored together.
     void saveSoon();
     // At the end of the program: unfinished jobs are stopped and stored in the state they have, so
     // that the next start goes on with them.
