@@ -102,6 +102,7 @@ private slots:
             page(format().replace("640", "{\"toString\":1}")),
             page(format().replace("video/", "audio/")),
             page(format("\"url\":\"ftp://h/v\"")),
+            page(format("\"url\":\"http://" + QByteArray(1000000, 'h') + " \"")),
             page(format("\"url\":\"http://h/v\",\"signatureCipher\":\"s=1\"")),
         };
         for (const QByteArray &text : pages) {
