@@ -1,5 +1,6 @@
 #include "cookies.h"
 
+#include "httpget.h"
 #include "trace.h"
 
 #include <QStringList>
@@ -61,7 +62,9 @@ QString Cookies::folded(const QByteArray &headerValue)
 
 void Cookies::onReadyRead(QNetworkReply *reply)
 {
-    reply->skip(reply->bytesAvailable()); // only the headers matter
+    m_skipped += reply->skip(reply->bytesAvailable()); // only the headers matter
+    if (m_skipped > HttpGet::largestPage)
+        m_get.stop(); // it may never end
 }
 
 void Cookies::onFinished()

@@ -37,4 +37,5 @@ private:
     AwaitedGet m_get;
     const QNetworkReply *m_reply = nullptr; // the answer, once it has ended; m_get's
     QString m_cookieText;
+    qint64 m_skipped = 0; // bytes of the page
 };
