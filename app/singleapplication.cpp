@@ -43,12 +43,8 @@ bool SingleApplication::becomesFirst(const QString &ownKey)
     QElapsedTimer waited;
     waited.start();
     while (!m_listLock.lock(0)) {
-        // The note of one that was killed stands for nobody: what still holds its lock and its
-        // segment is a child that it was about to start, and that lets go of both in a moment.
-        const QByteArray note = m_listLock.note();
-        const int end = note.indexOf('\n');
-        if (end > 0 && platform::isProcessAlive(note.mid(end + 1).toLongLong()) &&
-            meetsInstance(QFile::decodeName(note.left(end)), false))
+        const QByteArray key = m_listLock.note();
+        if (!key.isEmpty() && meetsInstance(QFile::decodeName(key), false))
             return false;
         // Who never ends, or cannot be reached, still works on the list.
         if (waited.elapsed() >= endPatience)
@@ -87,9 +83,9 @@ void SingleApplication::takeMessages()
         TRACE() << "Unable to create single instance.";
         return;
     }
+    platform::keepFromChildren(m_sharedMemory.data(), m_sharedMemory.size());
     writeSegment(noMessage());
-    m_listLock.setNote(QFile::encodeName(m_sharedMemory.nativeKey()) + '\n' +
-                       QByteArray::number(applicationPid()));
+    m_listLock.setNote(QFile::encodeName(m_sharedMemory.nativeKey()));
     auto *poll = new QTimer(this);
     connect(poll, &QTimer::timeout, this, &SingleApplication::checkForMessage);
     poll->setTimerType(Qt::VeryCoarseTimer); // on the full second, with the window's

@@ -33,9 +33,11 @@ bool startDetached(const QString &program, const QStringList &arguments);
 void holdNamedMutex(const QString &name);
 // Key of the message segment for QSharedMemory::setNativeKey, private to the user.
 QString instanceSegmentKey(const QString &title);
-bool isProcessAlive(qint64 id);
-// A lock between the processes of one user. The system releases it when its holder dies. Its file
-// can bear a note.
+// Of attached shared memory: no child that is being started has it, even for a moment.
+void keepFromChildren(void *memory, int size);
+// A lock between the processes of one user. The system releases it when its holder dies, whatever
+// became of a child that was being started. Its file can bear a note. One object for each key in a
+// process: the end of another of that key would release it.
 class ProcessLock final
 {
 public:

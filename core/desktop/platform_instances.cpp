@@ -6,10 +6,10 @@
 #include <QThread>
 
 #include <cerrno>
-#include <csignal>
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -69,9 +69,19 @@ QString platform::instanceSegmentKey(const QString &title)
     return runtimePath(title) + QStringLiteral(".segment");
 }
 
-bool platform::isProcessAlive(qint64 id)
+// A parent that is killed between fork and exec can leave a child that waits for it for ever. Locks
+// of flock() would be that child's as well, and it would hold the segment: no start would get past
+// it.
+static bool setLock(int file, short type)
 {
-    return kill(static_cast<pid_t>(id), 0) == 0 || errno == EPERM;
+    struct flock whole = {};
+    whole.l_type = type;
+    return fcntl(file, F_SETLK, &whole) == 0;
+}
+
+void platform::keepFromChildren(void *memory, int size)
+{
+    madvise(memory, static_cast<size_t>(size), MADV_DONTFORK); // the same as before if it fails
 }
 
 platform::ProcessLock::ProcessLock(const QString &key)
@@ -90,9 +100,9 @@ bool platform::ProcessLock::lock(int milliseconds)
     QElapsedTimer waited;
     waited.start();
     while (m_handle >= 0) {
-        if (flock(m_handle, LOCK_EX | LOCK_NB) == 0)
+        if (setLock(m_handle, F_WRLCK))
             return true;
-        if (errno != EWOULDBLOCK && errno != EINTR)
+        if (errno != EAGAIN && errno != EACCES && errno != EINTR)
             return true; // a file system without locks
         if (waited.elapsed() >= milliseconds)
             return false;
@@ -104,7 +114,7 @@ bool platform::ProcessLock::lock(int milliseconds)
 void platform::ProcessLock::unlock()
 {
     if (m_handle >= 0)
-        flock(m_handle, LOCK_UN);
+        setLock(m_handle, F_UNLCK);
 }
 
 bool platform::ProcessLock::setNote(const QByteArray &note)

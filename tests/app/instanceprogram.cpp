@@ -14,8 +14,8 @@ static void say(const QString &text)
 }
 
 // A program of which one runs: it says what it hears. With an argument, it sends that as message;
-// "hold" keeps the segment's lock, "child" has a child that is not started for
-// a second. Its end takes until its input is closed.
+// "hold" keeps the segment's lock, "child" leaves a child that was never started. Its
+// end takes until its input is closed.
 int main(int argc, char **argv)
 {
     const QString title = AppInfo::instance()->title;
@@ -35,7 +35,7 @@ int main(int argc, char **argv)
     if (argument == QLatin1String("hold"))
         lock.lock(0);
     if (argument == QLatin1String("child") && fork() == 0)
-        _exit(static_cast<int>(sleep(1)));
+        _exit(static_cast<int>(sleep(30)));
     say(QStringLiteral("first"));
     const int code = QApplication::exec();
     say(QStringLiteral("ending"));
