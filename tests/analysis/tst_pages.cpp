@@ -153,7 +153,7 @@ private slots:
             QCOMPARE(Cookies().start(m_server.url()), QString::fromLatin1(row.expected));
         }
         HttpResponse large;
-        large.headers.append({"Set-Cookie", "a=1"});
+        large.headers = {{"Set-Cookie", "a=1"}};
         large.generatedBytes = 2 * HttpGet::largestPage;
         m_server.setResponse("/", large);
         QCOMPARE(Cookies().start(m_server.url()), QString());
