@@ -37,40 +37,52 @@ char patternByte(qint64 offset)
     return scrambled(quint32(offset % patternPeriod));
 }
 
-HttpConnection::HttpConnection(qintptr socketDescriptor, const Lookup &lookup, QObject *parent)
+HttpConnection::HttpConnection(qintptr socketDescriptor, const QSslConfiguration &tls,
+                               const Lookup &lookup, QObject *parent)
     : QObject(parent)
     , m_lookup(lookup)
 {
-    m_socket.setReadBufferSize(maxHeadSize);
-    connect(&m_socket, &QTcpSocket::readyRead, this, &HttpConnection::readRequests);
-    connect(&m_socket, &QTcpSocket::bytesWritten, this, &HttpConnection::pump);
-    connect(&m_socket, &QTcpSocket::disconnected, this, &QObject::deleteLater);
+    if (tls.isNull()) {
+        m_socket = std::make_unique<QTcpSocket>();
+    } else {
+        auto secure = std::make_unique<QSslSocket>();
+        m_secure = secure.get();
+        m_secure->setSslConfiguration(tls);
+        connect(m_secure, &QSslSocket::encryptedBytesWritten, this, &HttpConnection::bytesAreOut);
+        m_socket = std::move(secure);
+    }
+    m_socket->setReadBufferSize(maxHeadSize);
+    connect(m_socket.get(), &QTcpSocket::readyRead, this, &HttpConnection::readRequests);
+    connect(m_socket.get(), &QTcpSocket::bytesWritten, this, &HttpConnection::pump);
+    connect(m_socket.get(), &QTcpSocket::disconnected, this, &QObject::deleteLater);
     m_sliceTimer.setInterval(sliceMilliseconds);
     connect(&m_sliceTimer, &QTimer::timeout, this, &HttpConnection::pump);
-    if (!m_socket.setSocketDescriptor(socketDescriptor)) {
+    if (!m_socket->setSocketDescriptor(socketDescriptor)) {
         deleteLater();
         return;
     }
-    m_socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    if (m_secure)
+        m_secure->startServerEncryption();
 }
 
 HttpConnection::~HttpConnection()
 {
-    m_socket.disconnect(this);
+    m_socket->disconnect(this);
 }
 
 void HttpConnection::readRequests()
 {
     HttpRequest request;
     while (!m_sending && !m_closing) {
-        m_incoming += m_socket.read(maxHeadSize - m_incoming.size());
+        m_incoming += m_socket->read(maxHeadSize - m_incoming.size());
         const int skipped = int(qMin(m_requestBodyLeft, qint64(m_incoming.size())));
         m_incoming.remove(0, skipped);
         m_requestBodyLeft -= skipped;
         if (!takeRequest(&request)) {
             if (m_incoming.size() >= maxHeadSize)
-                m_socket.abort();
-            else if (m_socket.bytesAvailable() > 0)
+                m_socket->abort();
+            else if (m_socket->bytesAvailable() > 0)
                 continue;
             return;
         }
@@ -118,7 +130,7 @@ void HttpConnection::answer(const HttpRequest &request)
     m_response = m_lookup(request);
     m_sending = true;
     if (m_response.closeBeforeHeaders) {
-        m_socket.abort();
+        m_socket->abort();
         return;
     }
     if (m_response.stallBeforeHeaders)
@@ -135,7 +147,7 @@ void HttpConnection::answer(const HttpRequest &request)
     m_keepAlive = m_keepAlive && m_response.declaredLength < 0 &&
                   (m_response.chunked || m_response.sendContentLength);
 
-    m_socket.write(head());
+    m_socket->write(head());
     if (m_headOnly)
         m_position = m_end;
     m_clock.start();
@@ -215,12 +227,25 @@ QByteArray HttpConnection::head() const
     return head + "\r\n";
 }
 
+qint64 HttpConnection::waiting() const
+{
+    return m_socket->bytesToWrite() + (m_secure ? m_secure->encryptedBytesToWrite() : 0);
+}
+
+void HttpConnection::bytesAreOut()
+{
+    if (m_cutting && waiting() == 0)
+        m_socket->abort();
+    else
+        pump();
+}
+
 void HttpConnection::pump()
 {
     if (!m_sending || m_response.stallBeforeHeaders ||
-        m_socket.state() != QAbstractSocket::ConnectedState)
+        m_socket->state() != QAbstractSocket::ConnectedState)
         return;
-    while (m_position < m_end && m_socket.bytesToWrite() < maxWaiting) {
+    while (m_position < m_end && waiting() < maxWaiting) {
         qint64 wanted = qMin(blockSize, m_end - m_position);
         if (m_response.cutAfter >= 0)
             wanted = qMin(wanted, m_response.cutAfter - m_sent);
@@ -231,16 +256,20 @@ void HttpConnection::pump()
         if (wanted <= 0)
             break;
         if (!writeBlock(wanted)) {
-            m_socket.abort();
+            m_socket->abort();
             return;
         }
     }
     if (!m_headOnly && m_response.cutAfter >= 0 && m_sent >= m_response.cutAfter) {
-        // An orderly close: a reset could take bytes back that were sent already.
         m_sliceTimer.stop();
         m_sending = false;
         m_closing = true;
-        m_socket.disconnectFromHost();
+        // An orderly close: a reset could take bytes back that were sent already. Over TLS that
+        // would say goodbye, which no cut does, and so all there is goes out first.
+        if (m_secure)
+            m_cutting = true;
+        else
+            m_socket->disconnectFromHost();
         return;
     }
     const bool stalled =
@@ -266,19 +295,19 @@ bool HttpConnection::writeBlock(qint64 wanted)
     m_sent += block.size();
     if (m_response.chunked)
         block = QByteArray::number(block.size(), 16) + "\r\n" + block + "\r\n";
-    return m_socket.write(block) == block.size();
+    return m_socket->write(block) == block.size();
 }
 
 void HttpConnection::endOfBody()
 {
     if (m_response.chunked && !m_headOnly)
-        m_socket.write("0\r\n\r\n");
+        m_socket->write("0\r\n\r\n");
     m_sliceTimer.stop();
     m_file.close();
     m_sending = false;
     if (!m_keepAlive) {
         m_closing = true;
-        m_socket.disconnectFromHost();
+        m_socket->disconnectFromHost();
         return;
     }
     // Requests that arrived meanwhile raise no further readyRead().

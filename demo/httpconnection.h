@@ -5,7 +5,8 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QObject>
-#include <QTcpSocket>
+#include <QSslConfiguration>
+#include <QSslSocket>
 #include <QTimer>
 
 // One client of the HttpServer: takes its requests one after another and sends what the lookup
@@ -17,7 +18,9 @@ class HttpConnection final : public QObject
 
 public:
     using Lookup = std::function<HttpResponse(const HttpRequest &)>;
-    HttpConnection(qintptr socketDescriptor, const Lookup &lookup, QObject *parent);
+    // Plain when the configuration is null, else over TLS with its certificate.
+    HttpConnection(qintptr socketDescriptor, const QSslConfiguration &tls, const Lookup &lookup,
+                   QObject *parent);
     ~HttpConnection() override;
 
 private:
@@ -27,13 +30,16 @@ private:
     void openBody();
     void selectRange(const HttpRequest &request);
     QByteArray head() const;
+    qint64 waiting() const; // bytes that the socket has not sent yet
+    void bytesAreOut();     // over TLS, where bytesWritten() only says that they are encrypted
     void pump();
     bool writeBlock(qint64 wanted);
     void endOfBody();
     bool hasHeader(const QByteArray &name) const;
 
     Lookup m_lookup;
-    QTcpSocket m_socket;
+    std::unique_ptr<QTcpSocket> m_socket;
+    QSslSocket *m_secure = nullptr; // the same one, when it is over TLS
     QTimer m_sliceTimer;
     QElapsedTimer m_clock;
     QByteArray m_incoming;
@@ -42,6 +48,7 @@ private:
     HttpResponse m_response;
     QFile m_file;
     bool m_sending = false;
+    bool m_cutting = false;  // over TLS, once everything is sent
     bool m_closing = false;  // nothing more is said on this connection
     bool m_headOnly = false; // no body follows the headers
     bool m_keepAlive = true;

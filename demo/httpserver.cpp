@@ -2,6 +2,9 @@
 
 #include "httpconnection.h"
 
+#include <QFile>
+#include <QSslConfiguration>
+#include <QSslKey>
 #include <QTcpServer>
 
 #include <atomic>
@@ -93,6 +96,7 @@ public:
     std::unique_ptr<QObject> context = std::make_unique<QObject>();
     std::unique_ptr<Listener> listener;   // server's thread
     std::unique_ptr<QObject> connections; // server's thread; parent of all connections
+    QSslConfiguration tls;                // null: plain
     std::atomic<quint16> port{0};
     std::atomic<int> open{0};
 
@@ -104,7 +108,7 @@ public:
 void HttpServer::Private::accept(qintptr descriptor)
 {
     auto *connection = new HttpConnection(
-        descriptor, [this](const HttpRequest &request) { return lookUp(request); },
+        descriptor, tls, [this](const HttpRequest &request) { return lookUp(request); },
         connections.get());
     ++open;
     QObject::connect(connection, &QObject::destroyed, context.get(), [this] { --open; });
@@ -145,6 +149,22 @@ HttpServer::~HttpServer()
     d->thread.wait();
 }
 
+bool HttpServer::setCertificate(const QString &certificateFile, const QString &keyFile)
+{
+    const QList<QSslCertificate> chain = QSslCertificate::fromPath(certificateFile);
+    QFile file(keyFile);
+    const QByteArray pem = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    QSslKey key(pem, QSsl::Ec);
+    if (key.isNull())
+        key = QSslKey(pem, QSsl::Rsa);
+    if (chain.isEmpty() || key.isNull())
+        return false;
+    d->tls = QSslConfiguration::defaultConfiguration();
+    d->tls.setLocalCertificateChain(chain);
+    d->tls.setPrivateKey(key);
+    return true;
+}
+
 bool HttpServer::listen(quint16 port)
 {
     bool ok = false;
@@ -174,7 +194,8 @@ quint16 HttpServer::port() const
 
 QString HttpServer::url(const QString &path) const
 {
-    return QStringLiteral("http://127.0.0.1:%1").arg(port()) + path;
+    const QString scheme = d->tls.isNull() ? QStringLiteral("http") : QStringLiteral("https");
+    return QStringLiteral("%1://127.0.0.1:%2").arg(scheme).arg(port()) + path;
 }
 
 void HttpServer::setResponse(const QByteArray &path, const HttpResponse &response)

@@ -51,8 +51,8 @@ struct HttpResponse
 // The byte at an offset of a generated body: any shift or gap shows.
 char patternByte(qint64 offset);
 
-// A scriptable HTTP/1.1 server on 127.0.0.1, running in a thread of its own. All functions may be
-// called from any thread; handlers run in the server's thread.
+// A scriptable HTTP/1.1 server on 127.0.0.1, plain or over TLS, running in a thread of its own. All
+// functions may be called from any thread; handlers run in the server's thread.
 class HttpServer final
 {
 public:
@@ -63,10 +63,15 @@ public:
     HttpServer(const HttpServer &) = delete;
     HttpServer &operator=(const HttpServer &) = delete;
 
+    // Over TLS from here on; call it before listen(). PEM files: the server's certificate, then
+    // those between it and the authority, if any. False, and plain as before, when either cannot be
+    // used.
+    bool setCertificate(const QString &certificateFile, const QString &keyFile);
     bool listen(quint16 port = 0); // 0: any free port
     void close();                  // later connections are refused; open ones are dropped
     quint16 port() const;
-    QString url(const QString &path = QStringLiteral("/")) const; // "http://127.0.0.1:PORT/..."
+    QString
+    url(const QString &path = QStringLiteral("/")) const; // "http://127.0.0.1:PORT/...", or https
 
     // Answers for a path (without query); the longest registered prefix ending in "*" serves what
     // no exact path does. Everything else is a 404 with an HTML page.

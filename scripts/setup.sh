@@ -12,11 +12,13 @@ run=(
     ffmpeg
     xdg-utils           # which program opens a type of file
     fonts-dejavu-core
+    ca-certificates     # whom to trust; the TLS library itself comes with Qt
 )
 # A display, a window manager, a keyboard and a clipboard for machines that have none.
 display=(
     xvfb openbox xdotool xclip x11-utils imagemagick sqlite3
 )
+certificates=(openssl)  # for servers of this machine's own
 test=(
     clang-format clang-tidy
     clang libclang-rt-dev # the sanitizers' and libFuzzer's compiler
@@ -30,8 +32,8 @@ test=(
 
 wanted=("${build[@]}" "${run[@]}")
 case "${1:-}" in
-    run) wanted+=("${display[@]}") ;;
-    test) wanted+=("${display[@]}" "${test[@]}") ;;
+    run) wanted+=("${display[@]}" "${certificates[@]}") ;;
+    test) wanted+=("${display[@]}" "${certificates[@]}" "${test[@]}") ;;
     *) echo "usage: $0 run|test" >&2; exit 2 ;;
 esac
 

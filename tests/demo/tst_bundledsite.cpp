@@ -1,4 +1,5 @@
 #include "appinfo.h"
+#include "certificate.h"
 #include "cjslib.h"
 #include "demosite.h"
 #include "demovideos.h"
@@ -12,6 +13,7 @@
 #include "testmain.h"
 
 #include <QLabel>
+#include <QSslSocket>
 
 static const QStringList siteScripts = {"127.0.0.1"_q, "youtube.com"_q};
 
@@ -133,6 +135,37 @@ private slots:
         for (const QByteArray &text : pages)
             QCOMPARE(parsed(siteScripts.last(), text).streamText, "640x360$$$mp4|http://h/v"_q);
         QVERIFY2(clock.elapsed() < 3000, qPrintable(QString::number(clock.elapsed())));
+    }
+
+    // What is cut breaks off: every byte before it arrives, and nothing says that this was the end.
+    void secureConnectionIsCut()
+    {
+        const TestCertificates certificates(m_sandbox.path("certificates"_q));
+        const qint64 size = 3000000;
+        HttpServer server;
+        QVERIFY(!server.setCertificate(certificates.good(), certificates.good()));
+        QVERIFY(server.setCertificate(certificates.good(), certificates.key()));
+        QVERIFY(server.listen());
+        HttpResponse response;
+        response.generatedBytes = 2 * size;
+        response.cutAfter = size;
+        server.setResponse("/cut", response);
+        QSslSocket client;
+        QSslConfiguration trusting;
+        QVERIFY(trusting.addCaCertificates(certificates.authority()));
+        client.setSslConfiguration(trusting);
+        QStringList errors;
+        connect(&client, &QSslSocket::errorOccurred, [&] { errors << client.errorString(); });
+        client.connectToHostEncrypted("127.0.0.1"_q, server.port());
+        QVERIFY(client.waitForEncrypted());
+        client.write("GET /cut HTTP/1.1\r\n\r\n");
+        while (client.waitForReadyRead()) {
+        }
+        QByteArray body = client.readAll();
+        body.remove(0, body.indexOf("\r\n\r\n") + 4);
+        QCOMPARE(qint64(body.size()), size);
+        QCOMPARE(body.back(), patternByte(size - 1));
+        QCOMPARE(errors, QStringList("The remote host closed the connection"_q));
     }
 
 private:
