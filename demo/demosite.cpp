@@ -4,35 +4,52 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QUrlQuery>
 
 namespace {
 const char scriptPath[] = "/reelkeeper/scripts/";
+const char pagePath[] = "/pages/";
+const char savedPath[] = "/saved/";
+const char downloadPath[] = "/download/";
 // The video that the program's dialog has in its example; it is the first one of the list here.
 const char exampleId[] = "8rWkWx2yVhE";
 
-QByteArray lastPart(const QByteArray &path)
+void appendAddresses(QStringList *to, const QString &start, const PageFolder &folder)
 {
-    return path.mid(path.lastIndexOf('/') + 1);
+    for (const QString &name : folder.names())
+        to->append(start + QString::fromLatin1(QUrl::toPercentEncoding(name)));
 }
 } // namespace
+
+// Outside of any namespace, as the macro wants it: a library's resources are not there by
+// themselves.
+static void initPages()
+{
+    Q_INIT_RESOURCE(pages);
+}
 
 DemoSite::DemoSite(const QString &mediaFolder, const QString &scriptFolder, qint64 bytesPerSecond)
     : m_mediaFolder(mediaFolder)
     , m_scriptFolder(scriptFolder)
     , m_bytesPerSecond(bytesPerSecond)
+    , m_pages(QStringLiteral(":/pages"))
 {
-    m_server.setHandler("/", [this](const HttpRequest &request) {
-        return HttpResponse::text(indexPage(base(request)), "text/html; charset=utf-8");
-    });
-    m_server.setHandler("/watch", [this](const HttpRequest &request) { return watch(request); });
-    m_server.setHandler("/stream/*",
-                        [this](const HttpRequest &request) { return stream(request); });
-    m_server.setHandler("/reelkeeper/Profile.xml",
-                        [this](const HttpRequest &request) { return profile(request); });
-    m_server.setHandler(QByteArray(scriptPath) + '*',
-                        [this](const HttpRequest &request) { return script(request); });
+    initPages();
+    const auto serve = [this](const QByteArray &path,
+                              HttpResponse (DemoSite::*answer)(const HttpRequest &) const) {
+        m_server.setHandler(path,
+                            [this, answer](const HttpRequest &r) { return (this->*answer)(r); });
+    };
+    serve("/", &DemoSite::index);
+    serve("/watch", &DemoSite::watch);
+    serve(QByteArray(pagePath) + '*', &DemoSite::page);
+    serve(QByteArray(savedPath) + '*', &DemoSite::page);
+    serve("/stream/*", &DemoSite::stream);
+    serve(QByteArray(downloadPath) + '*', &DemoSite::download);
+    serve("/reelkeeper/Profile.xml", &DemoSite::profile);
+    serve(QByteArray(scriptPath) + '*', &DemoSite::script);
 }
 
 bool DemoSite::listen(quint16 port)
@@ -45,9 +62,18 @@ QString DemoSite::base(const HttpRequest &request) const
 {
     static const QRegularExpression plainHost(QStringLiteral("\\A[A-Za-z0-9.\\-]+(:[0-9]+)?\\z"));
     const QString host = QString::fromLatin1(request.header("Host"));
+    const QString own = m_server.url(QString());
     if (plainHost.match(host).hasMatch())
-        return QStringLiteral("http://") + host;
-    return m_server.url(QString());
+        return own.left(own.indexOf(QStringLiteral("//")) + 2) + host;
+    return own;
+}
+
+HttpResponse DemoSite::index(const HttpRequest &request) const
+{
+    QStringList pages;
+    appendAddresses(&pages, base(request) + QLatin1String(savedPath), m_savedPages);
+    appendAddresses(&pages, base(request) + QLatin1String(pagePath), m_pages);
+    return HttpResponse::text(indexPage(base(request), pages), "text/html; charset=utf-8");
 }
 
 HttpResponse DemoSite::watch(const HttpRequest &request) const
@@ -69,21 +95,55 @@ HttpResponse DemoSite::watch(const HttpRequest &request) const
     return response;
 }
 
-HttpResponse DemoSite::stream(const HttpRequest &request) const
+HttpResponse DemoSite::page(const HttpRequest &request) const
 {
-    const QString name = QString::fromUtf8(lastPart(request.path));
+    const PageFolder &folder = request.path.startsWith(savedPath) ? m_savedPages : m_pages;
+    const QString site = base(request);
+    const QByteArray text = folder.page(request.path.mid(request.path.indexOf('/', 1) + 1), site,
+                                        m_streamSite.isEmpty() ? site : m_streamSite);
+    if (text.isNull())
+        return HttpResponse::error(404);
+    HttpResponse response = HttpResponse::text(text);
+    // Plain pages are refused without. The sites whose forms these have set none.
+    if (site.startsWith(QStringLiteral("http:")))
+        response.headers = {{"Set-Cookie", "VISITOR=bundled-site; Path=/"}};
+    return response;
+}
+
+// The stream whose name is a part of the path, so that an address can end as a site's does.
+const DemoStream *DemoSite::streamAt(const QByteArray &path) const
+{
+    const QStringList parts = QString::fromUtf8(path).split(QLatin1Char('/'));
+    const DemoStream *sameType = nullptr;
     for (const DemoVideo &video : demoVideos()) {
         for (const DemoStream &stream : video.streams) {
-            if (stream.file != name)
-                continue;
-            HttpResponse response;
-            response.contentType = stream.contentType;
-            response.file = QDir(m_mediaFolder).filePath(name);
-            response.bytesPerSecond = m_bytesPerSecond;
-            return response;
+            if (parts.contains(stream.file))
+                return &stream;
+            if (!sameType && QFileInfo(stream.file).suffix() == QFileInfo(parts.last()).suffix())
+                sameType = &stream;
         }
     }
-    return HttpResponse::error(404);
+    return m_savedPages.isSet() ? sameType : nullptr;
+}
+
+HttpResponse DemoSite::stream(const HttpRequest &request) const
+{
+    const DemoStream *stream = streamAt(request.path);
+    if (!stream)
+        return HttpResponse::error(404);
+    HttpResponse response;
+    response.contentType = stream->contentType;
+    response.file = QDir(m_mediaFolder).filePath(stream->file);
+    response.bytesPerSecond = m_bytesPerSecond;
+    return response;
+}
+
+HttpResponse DemoSite::download(const HttpRequest &request) const
+{
+    if (m_streamSite.isEmpty())
+        return stream(request);
+    return HttpResponse::redirect(m_streamSite.toLatin1() + "/stream/" +
+                                  request.path.mid(int(qstrlen(downloadPath))));
 }
 
 HttpResponse DemoSite::profile(const HttpRequest &request) const

@@ -31,21 +31,37 @@ DemoStream flv(int itag, const QString &file, int width, int height, int videoKi
     return stream;
 }
 
+DemoStream freeFormat(int itag, const QString &file, const QByteArray &type, const QString &codecs)
+{
+    return {itag, file, type, codecs, 320, 180, 250, false};
+}
+
+// Codecs and container; the quick ways, because these are made before the site is there.
+QString formatArguments(const QByteArray &contentType)
+{
+    if (contentType == "video/webm")
+        return QStringLiteral("-c:v libvpx -deadline realtime -cpu-used 16 -static-thresh 1000 "
+                              "-c:a libvorbis -f webm");
+    if (contentType == "video/ogg")
+        return QStringLiteral("-c:v libtheora -c:a libvorbis -f ogg");
+    return QStringLiteral("-c:v libx264 -preset ultrafast -c:a aac -f ") +
+           (contentType == "video/mp4" ? QStringLiteral("mp4") : QStringLiteral("flv"));
+}
+
 QStringList ffmpegArguments(const DemoVideo &video, const DemoStream &stream, const QString &target)
 {
-    const bool isMp4 = stream.contentType == "video/mp4";
     QStringList arguments =
         QStringLiteral("-v error -nostdin -y -threads 2 "
                        "-f lavfi -i testsrc2=s=%1x%2:r=%3:d=%4 "
                        "-f lavfi -i sine=frequency=330:beep_factor=4:sample_rate=44100:d=%4 "
-                       "-c:v libx264 -preset ultrafast -threads 2 -pix_fmt yuv420p -g 50 "
-                       "-b:v %5k -maxrate %5k -bufsize %5k -c:a aac -b:a 96k -f %6")
+                       "-threads 2 -pix_fmt yuv420p -g 50 "
+                       "-b:v %5k -maxrate %5k -bufsize %5k -b:a 96k %6")
             .arg(stream.width)
             .arg(stream.height)
             .arg(frameRate)
             .arg(video.seconds)
             .arg(stream.videoKilobits)
-            .arg(isMp4 ? QStringLiteral("mp4") : QStringLiteral("flv"))
+            .arg(formatArguments(stream.contentType))
             .split(QLatin1Char(' '));
     if (stream.indexFirst)
         arguments << QStringLiteral("-movflags") << QStringLiteral("+faststart");
@@ -105,6 +121,15 @@ const QVector<DemoVideo> &demoVideos()
          {QStringLiteral("längere"), QStringLiteral("日本語")},
          60,
          {mp4(18, QStringLiteral("longer-360p.mp4"), 640, 360, 600)}},
+        {QStringLiteral("free-formats"),
+         QStringLiteral("Free formats"),
+         QStringLiteral("Neither MP4 nor FLV: the first one is taken, whatever the quality."),
+         {QStringLiteral("webm"), QStringLiteral("ogg")},
+         12,
+         {freeFormat(43, QStringLiteral("free-formats-180p.webm"), QByteArrayLiteral("video/webm"),
+                     QStringLiteral("vp8, vorbis")),
+          freeFormat(44, QStringLiteral("free-formats-180p.ogg"), QByteArrayLiteral("video/ogg"),
+                     QStringLiteral("theora, vorbis"))}},
     };
     return videos;
 }

@@ -80,7 +80,7 @@ QJsonObject playerObject(const DemoVideo *video, const QString &base, const QStr
 }
 } // namespace
 
-QByteArray indexPage(const QString &base)
+QByteArray indexPage(const QString &base, const QStringList &pages)
 {
     QString content = QStringLiteral("<p>Copy the address of a video while Reelkeeper runs, or "
                                      "enter it in its new-download window.</p>\n");
@@ -100,6 +100,11 @@ QByteArray indexPage(const QString &base)
                             video.description.toHtmlEscaped(), QString::number(video.seconds),
                             sizes.join(QStringLiteral(", ")));
     }
+    content += QStringLiteral("<section>\n<h2>Pages in the form of other sites</h2>\n");
+    for (const QString &address : pages)
+        content += QStringLiteral("<p><a href=\"%1\"><code>%1</code></a></p>\n")
+                       .arg(address.toHtmlEscaped());
+    content += QStringLiteral("</section>\n");
     return pageWith(QStringLiteral("Bundled site"), content).toUtf8();
 }
 
