@@ -100,7 +100,7 @@ QByteArray indexPage(const QString &base, const QStringList &pages)
                             video.description.toHtmlEscaped(), QString::number(video.seconds),
                             sizes.join(QStringLiteral(", ")));
     }
-    content += QStringLiteral("<section>\n<h2>Pages in the form of other sites</h2>\n");
+    content += QStringLiteral("<section>\n<h2>Pages of other forms</h2>\n");
     for (const QString &address : pages)
         content += QStringLiteral("<p><a href=\"%1\"><code>%1</code></a></p>\n")
                        .arg(address.toHtmlEscaped());

@@ -47,7 +47,16 @@ start_display() {
         sh -c 'xprop -root _NET_SUPPORTING_WM_CHECK | grep -q "window id"' 2>/dev/null || return 1
 }
 
-# start_site PORT [ARGUMENTS...]: the bundled site; sets site_host and site (host:port).
+# make_certificate: for servers on 127.0.0.1; sets certificate and key, files that end with the script.
+make_certificate() {
+    certificate=$scratch/certificate.pem key=$scratch/key.pem
+    openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 30 -subj /CN=127.0.0.1 \
+        -addext subjectAltName=IP:127.0.0.1,DNS:localhost -keyout "$key" -out "$certificate" \
+        2>"$scratch/openssl.log" || { cat "$scratch/openssl.log" >&2; return 1; }
+}
+
+# start_site PORT [ARGUMENTS...]: the bundled site; sets site_host and site (host:port), and
+# secure_site when the arguments ask for one.
 start_site() {
     local port=$1
     shift
@@ -63,6 +72,7 @@ start_site() {
     done
     site=$(sed -n 's|.*http://\([^/ ]*\).*|\1|p' "$scratch/site")
     site_host=${site%:*}
+    secure_site=$(sed -n 's|^Secure pages at https://\([^/]*\)/.*|\1|p' "$scratch/site")
 }
 
 copy() { printf '%s' "$1" | xclip -selection clipboard -in >/dev/null 2>&1; }

@@ -168,6 +168,36 @@ private slots:
         QCOMPARE(errors, QStringList("The remote host closed the connection"_q));
     }
 
+    void savedPagesAreServedAndNothingElse()
+    {
+        const QString folder = m_sandbox.path("saved/"_q);
+        QVERIFY(writeFile(folder + "Mills & locks.html"_q, "page of @HOST@"));
+        QVERIFY(writeFile(folder + "notes.txt"_q, "text"));
+        QVERIFY(writeFile(folder + "../outside.html"_q, "outside"));
+        DemoSite site(m_media, QStringLiteral(SITE_SCRIPTS), 0);
+        site.setSavedPages(folder);
+        QVERIFY(site.listen(0));
+        const auto answer = [&](const QByteArray &request) {
+            QTcpSocket client;
+            client.connectToHost("127.0.0.1"_q, site.server().port());
+            client.write(request + QByteArray(" HTTP/1.1\r\nHost: h\r\nConnection: close\r\n\r\n"));
+            while (client.waitForReadyRead()) {
+            }
+            return client.readAll();
+        };
+        QVERIFY(answer("GET /").contains("http://h/saved/Mills%20%26%20locks.html\""));
+        for (const char *language : {"", "&hl=en_US&persist_hl=0"}) {
+            const QByteArray page =
+                answer(QByteArray("GET /saved/Mills%20%26%20locks.html") + language);
+            QVERIFY(page.endsWith("page of h"));
+            QVERIFY(page.contains("\r\nSet-Cookie: "));
+        }
+        QVERIFY(answer("GET /download/a/mill.webm").contains("Content-Type: video/webm\r\n"));
+        for (const char *path : {"/saved/notes.txt", "/saved/", "/saved/../outside.html",
+                                 "/saved/%2e%2e%2foutside.html", "/download/notes.txt"})
+            QVERIFY2(answer(QByteArray("GET ") + path).startsWith("HTTP/1.1 404 "), path);
+    }
+
 private:
     QByteArray fetched(const QString &path)
     {
