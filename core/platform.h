@@ -103,6 +103,14 @@ QString newGuid();   // upper case with braces
 quint32 tickCount(); // milliseconds of a steady clock, wrapping. Any thread.
 
 bool suspend(bool hibernate);
+// What a request to shut down would come to as things are.
+enum class ShutDown {
+    Possible,
+    NeedsPassword,
+    Impossible,
+};
+// The handler gets the answer in the event loop; never, when the context has gone by then.
+void askForShutDown(QObject *context, const std::function<void(ShutDown)> &handler);
 bool hasShutDownRight();     // the means to ask for a shut-down are there
 bool acquireShutDownRight(); // this program may shut the computer down
 bool requestShutDown();

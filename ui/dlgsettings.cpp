@@ -7,7 +7,8 @@
 
 #include <QDir>
 
-DlgSettings::DlgSettings(Options &options, QWidget *parent, FolderChooser chooser)
+DlgSettings::DlgSettings(Options &options, QWidget *parent, FolderChooser chooser,
+                         const ShutDownQuestion &question)
     : QDialog(parent)
     , m_options(options)
     , m_ui(std::make_unique<Ui::dlgSettings>())
@@ -24,6 +25,7 @@ DlgSettings::DlgSettings(Options &options, QWidget *parent, FolderChooser choose
     m_ui->checkBoxShutdown->setChecked(options.shutDownWhenAllFinished);
     m_folder = options.outputFolder;
     m_ui->lineEdit->setText(m_folder);
+    watchShutDownBox(question);
 }
 
 DlgSettings::~DlgSettings() = default;
@@ -35,6 +37,35 @@ void DlgSettings::accept()
     m_options.shutDownWhenAllFinished = m_ui->checkBoxShutdown->checkState() == Qt::Checked;
     m_options.outputFolder = m_folder;
     QDialog::accept();
+}
+
+// When the last download is complete, nobody may be there to read it.
+void DlgSettings::watchShutDownBox(const ShutDownQuestion &question)
+{
+    const QCheckBox *box = m_ui->checkBoxShutdown;
+    question(this, [this, box, before = box->isChecked()](platform::ShutDown answer) {
+        m_shutDown = answer;
+        if (box->isChecked() && !before)
+            warnOfShutDown();
+    });
+    connect(box, &QCheckBox::toggled, this, [this](bool ticked) {
+        if (ticked && m_shutDown) // otherwise the answer says it
+            QMetaObject::invokeMethod(this, &DlgSettings::warnOfShutDown, Qt::QueuedConnection);
+    });
+}
+
+void DlgSettings::warnOfShutDown()
+{
+    if (m_shutDown.value_or(platform::ShutDown::Possible) == platform::ShutDown::Possible)
+        return;
+    showMessageBox(
+        QMessageBox::Warning, QString(),
+        *m_shutDown == platform::ShutDown::NeedsPassword
+            ? tr("The system asks for a password before it shuts the computer down. As long as "
+                 "that is so, the computer stays on when all downloads are completed.")
+            : tr("The system does not let this program shut the computer down. As long as that "
+                 "is so, the computer stays on when all downloads are completed."),
+        QMessageBox::Ok, QMessageBox::Ok);
 }
 
 void DlgSettings::setFolder(QString path)

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "files.h"
+#include "platform.h"
 
 #include <QDialog>
 #include <QString>
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 class Options;
 
@@ -24,8 +26,13 @@ public:
     // Lets the person choose a folder, starting at the given one; false when cancelled.
     using FolderChooser = std::function<bool(QWidget *, const QString &, QString *)>;
 
+    // Finds out what a request to shut the computer down would come to.
+    using ShutDownQuestion =
+        std::function<void(QObject *context, const std::function<void(platform::ShutDown)> &)>;
+
     explicit DlgSettings(Options &options, QWidget *parent = nullptr,
-                         FolderChooser chooser = browseFolder);
+                         FolderChooser chooser = browseFolder,
+                         const ShutDownQuestion &question = platform::askForShutDown);
     ~DlgSettings() override;
 
 public slots:
@@ -33,11 +40,14 @@ public slots:
     void onSelectFolder();
 
 private:
+    void watchShutDownBox(const ShutDownQuestion &question);
+    void warnOfShutDown();
     void setFolder(QString path);
     bool createFolder(const QString &path);
 
     Options &m_options;
     std::unique_ptr<Ui::dlgSettings> m_ui;
     FolderChooser m_chooseFolder;
+    std::optional<platform::ShutDown> m_shutDown; // once it is known
     QString m_folder; // as it will be stored when the dialog is accepted
 };

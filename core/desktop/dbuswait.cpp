@@ -5,6 +5,21 @@
 #include <QDBusPendingCallWatcher>
 #include <QEventLoop>
 
+void whenAnswered(const QDBusConnection &bus, const QDBusMessage &call, QObject *context,
+                  const std::function<void(const QDBusMessage &)> &handler)
+{
+    auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(call), context);
+    const auto take = [watcher, handler] {
+        watcher->deleteLater();
+        handler(watcher->reply());
+    };
+    // Without a bus the answer is there already, and nobody announces it.
+    if (watcher->isFinished())
+        QMetaObject::invokeMethod(watcher, take, Qt::QueuedConnection);
+    else
+        QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, take);
+}
+
 QDBusMessage answerTo(const QDBusConnection &bus, const QDBusMessage &call, int patience)
 {
     QDBusPendingCallWatcher watcher(bus.asyncCall(call, patience));

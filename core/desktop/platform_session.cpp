@@ -163,11 +163,26 @@ bool platform::hasShutDownRight()
     return isAnswered(askPowerService(QStringLiteral("CanPowerOff")));
 }
 
+static platform::ShutDown readShutDown(const QDBusMessage &reply)
+{
+    const QString answer = isAnswered(reply) ? reply.arguments().value(0).toString() : QString();
+    if (answer == QLatin1String("yes"))
+        return platform::ShutDown::Possible;
+    return answer == QLatin1String("challenge") ? platform::ShutDown::NeedsPassword
+                                                : platform::ShutDown::Impossible;
+}
+
 bool platform::acquireShutDownRight()
 {
-    // "challenge" would ask for a password of somebody who has gone to bed.
-    const QDBusMessage reply = askPowerService(QStringLiteral("CanPowerOff"));
-    return isAnswered(reply) && reply.arguments().value(0).toString() == QLatin1String("yes");
+    // A password would be asked of somebody who has gone to bed.
+    return readShutDown(askPowerService(QStringLiteral("CanPowerOff"))) == ShutDown::Possible;
+}
+
+void platform::askForShutDown(QObject *context, const std::function<void(ShutDown)> &handler)
+{
+    whenAnswered(QDBusConnection::systemBus(),
+                 callToPowerService(QStringLiteral("CanPowerOff"), {}), context,
+                 [handler](const QDBusMessage &reply) { handler(readShutDown(reply)); });
 }
 
 bool platform::requestShutDown()

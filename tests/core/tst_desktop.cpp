@@ -109,6 +109,9 @@ private slots:
         QFETCH(int, steps);
         QVERIFY(answer.isEmpty() || m_bus.registerService("org.freedesktop.login1"_q));
         m_services.expect(answer);
+        int told = -1;
+        platform::askForShutDown(this, [&told](platform::ShutDown is) { told = int(is); });
+        QTRY_COMPARE(told, (QStringList{"yes"_q, "challenge"_q, QString()}).indexOf(answer));
         m_sandbox.loadOptions(true);
         QWidget window;
         window.show();

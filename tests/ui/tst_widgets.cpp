@@ -225,6 +225,29 @@ private slots:
         }
     }
 
+    void shutDownThatWillNotHappenIsSaidAtTheTick()
+    {
+        m_sandbox.loadOptions();
+        const ModalDriver person("QMessageBox");
+        int said = 0;
+        for (const auto answer : {platform::ShutDown::Possible, platform::ShutDown::Impossible}) {
+            for (const bool late : {false, true}) {
+                std::function<void(platform::ShutDown)> take;
+                DlgSettings dialog(*Options::instance(), nullptr, browseFolder,
+                                   [&take](QObject *, const auto &handler) { take = handler; });
+                auto *box = dialog.findChild<QCheckBox *>("checkBoxShutdown"_q);
+                if (late)
+                    box->toggle();
+                take(answer);
+                if (!late)
+                    box->toggle();
+                QCoreApplication::processEvents();
+                said += answer == platform::ShutDown::Possible ? 0 : 1;
+                QCOMPARE(person.seen(), said);
+            }
+        }
+    }
+
     void escLeavesTheSettings()
     {
         m_sandbox.loadOptions();
