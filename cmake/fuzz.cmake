@@ -6,3 +6,6 @@ set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1" CACHE STRING "")
 set(REELKEEPER_WERROR ON CACHE BOOL "")
 set(REELKEEPER_SANITIZE address,undefined,fuzzer-no-link CACHE STRING "")
 set(CMAKE_EXE_LINKER_FLAGS -fuse-ld=lld CACHE STRING "")
+# Most of the time would go to reading the toolkit's headers once for each file. The plain build
+# does read them so, which is what keeps each file's own includes complete.
+set(CMAKE_UNITY_BUILD ON CACHE BOOL "")
