@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QScriptEngine>
 #include <QSet>
 #include <QTextStream>
@@ -66,10 +67,40 @@ public:
 
     QString evaluate(const QString &path)
     {
-        return isStopped() ? QString() : textOf(m_engine.evaluate(readScript(path)));
+        if (isStopped())
+            return QString();
+        if (m_talk.begun)
+            m_talk.begun(path);
+        // Only who listens needs the name, to be told where an exception came from.
+        const QScriptValue value =
+            m_engine.evaluate(readScript(path), m_talk.ended ? path : QString());
+        ScriptEnd end;
+        end.path = path;
+        end.nothing = value.isUndefined() || value.isNull();
+        noteException(&end);
+        const QString text = textOf(value);
+        noteException(&end);
+        if (m_talk.ended)
+            m_talk.ended(end);
+        return text;
     }
 
 private:
+    // The engine forgets it with the next evaluation.
+    void noteException(ScriptEnd *end) const
+    {
+        if (!m_talk.ended || end->thrown || !m_engine.hasUncaughtException())
+            return;
+        static const QRegularExpression place(QStringLiteral(" at (.*):(\\d+)$"));
+        // There is none of a file that cannot be parsed.
+        const QRegularExpressionMatch match =
+            place.match(m_engine.uncaughtExceptionBacktrace().value(0));
+        end->thrown = true;
+        end->thrownIn = match.hasMatch() ? match.captured(1) : end->path;
+        end->thrownAt =
+            match.hasMatch() ? match.captured(2).toInt() : m_engine.uncaughtExceptionLineNumber();
+    }
+
     // An object says its text by a script, and only what evaluate() runs can be ended.
     QString textOf(const QScriptValue &value)
     {

@@ -15,7 +15,17 @@ struct SiteScript
     QString name; // file name, the key that hosts are matched with
 };
 
-// What scripts and whoever runs them have to say to each other. Both are called on the thread of
+// How the run of one of a site's files ended.
+struct ScriptEnd
+{
+    QString path;
+    bool nothing = false; // the last statement gave undefined or null
+    bool thrown = false;  // what was thrown, and not caught, takes the place of the value
+    QString thrownIn;     // the file that threw, and the line of it
+    int thrownAt = 0;
+};
+
+// What scripts and whoever runs them have to say to each other. All are called on the thread of
 // the run, while it lasts.
 struct ScriptTalk
 {
@@ -24,6 +34,9 @@ struct ScriptTalk
     std::function<void(const QString &)> alert;
     // Asked several times a second, between a script's steps: true ends the run.
     std::function<bool()> isStopped;
+    // Told before and after each file, for whoever tries a script. What is stopped ends as well.
+    std::function<void(const QString &)> begun = nullptr;
+    std::function<void(const ScriptEnd &)> ended = nullptr;
 };
 
 // The list of site scripts and the host that runs them. The list is built once on the

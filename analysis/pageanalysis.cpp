@@ -10,8 +10,6 @@
 
 namespace {
 constexpr int fetchAttempts = 5;
-// Each is compared with those before it, and gets lines of its own in the log.
-constexpr int mostStreams = 1000;
 
 // quit() ends the event loops of a thread, and those begun later. A run of scripts is none, so it
 // looks whether one would still run.
@@ -148,20 +146,41 @@ QString PageAnalysis::fetch(const QUrl &url)
 QVector<VideoStream> PageAnalysis::splitStreams(const QString &streamText)
 {
     QVector<VideoStream> streams;
-    const QStringList records = streamText.split(QStringLiteral("||"));
-    for (const QString &record : records) {
-        if (streams.size() == mostStreams)
-            break; // no site has so many, but a page may say anything
-        const QStringList halves = record.split(QLatin1Char('|'));
-        if (halves.size() != 2)
-            continue;
-        const QStringList fields = halves.at(0).split(QLatin1Char('$'));
-        if (fields.size() != 4)
-            continue;
-        streams.append({fields.at(0), fields.at(1), fields.at(2), fields.at(3),
-                        ensurePrefix(halves.at(1), QStringLiteral("http://"))});
+    const QVector<StreamRecord> records = splitRecords(streamText);
+    for (const StreamRecord &record : records) {
+        if (record.fate == StreamRecord::Read)
+            streams.append(record.stream);
     }
     return streams;
+}
+
+QVector<StreamRecord> PageAnalysis::splitRecords(const QString &streamText)
+{
+    QVector<StreamRecord> records;
+    int streams = 0;
+    const QStringList texts = streamText.split(QStringLiteral("||"));
+    for (const QString &text : texts) {
+        StreamRecord record;
+        record.text = text;
+        if (streams == mostStreams) {
+            record.fate = StreamRecord::TooMany;
+            records.append(record);
+            continue;
+        }
+        const QStringList halves = text.split(QLatin1Char('|'));
+        const QStringList fields = halves.at(0).split(QLatin1Char('$'));
+        if (halves.size() != 2) {
+            record.fate = StreamRecord::NotTwoHalves;
+        } else if (fields.size() != 4) {
+            record.fate = StreamRecord::NotFourFields;
+        } else {
+            ++streams;
+            record.stream = {fields.at(0), fields.at(1), fields.at(2), fields.at(3),
+                             ensurePrefix(halves.at(1), QStringLiteral("http://"))};
+        }
+        records.append(record);
+    }
+    return records;
 }
 
 bool PageAnalysis::isDuplicate(const QVector<VideoStream> &streams, const VideoStream &stream)

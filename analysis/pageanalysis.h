@@ -10,6 +10,15 @@
 
 class OutputProfileManager;
 
+// One record of a stream text.
+struct StreamRecord
+{
+    enum Fate { Read, NotTwoHalves, NotFourFields, TooMany };
+    Fate fate = Read;
+    QString text;       // as the script wrote it
+    VideoStream stream; // when it was read
+};
+
 // From the address of a watch page to its streams: finds the site's script, fetches the page, runs
 // the script over it, splits what it says. Made for one page, in the thread that reads it; needs no
 // widget. Nested event loops run meanwhile.
@@ -41,9 +50,16 @@ public:
     // User-interface thread.
     Result analyse(const QString &url, const OutputProfileManager &profiles, VideoInfo *info);
 
-    // The well-formed records of a stream text, in order, duplicates kept, at most 1000. Any
-    // thread.
+    // The well-formed records of a stream text, in order, duplicates kept, at most mostStreams.
+    // Any thread.
     static QVector<VideoStream> splitStreams(const QString &streamText);
+
+    // The same with what is left out, for whoever asks why. Any thread.
+    static QVector<StreamRecord> splitRecords(const QString &streamText);
+
+    // Each is compared with those before it, and gets lines of its own in the log; no site has so
+    // many, but a page may say anything.
+    static constexpr int mostStreams = 1000;
 
     static bool isDuplicate(const QVector<VideoStream> &streams, const VideoStream &stream);
 

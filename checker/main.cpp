@@ -1,0 +1,131 @@
+#include "names.h"
+#include "report.h"
+#include "scriptcheck.h"
+
+#include "options.h"
+#include "outputprofilemanager.h"
+#include "texts.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QProcess>
+
+#include <cstdio>
+
+namespace {
+enum ExitCode { Good = 0, Failed = 1, NotChecked = 2 };
+
+constexpr int startLimit = 60000; // milliseconds until the run's process says something
+constexpr int grace = 1000;       // milliseconds for a run to end itself
+
+int refuse(const QString &text)
+{
+    complain(text);
+    return NotChecked;
+}
+
+int checkScript(const QString &script, const QString &page, const QString &address, qint64 limit)
+{
+    QString why;
+    readUsable(script, &why);
+    if (!why.isEmpty())
+        return refuse(QStringLiteral("the script %1 %2").arg(script, why));
+    const QByteArray bytes = readUsable(page, &why);
+    if (!why.isEmpty())
+        return refuse(QStringLiteral("the page %1 %2").arg(page, why));
+    Options options; // as they are before anything is loaded: nothing of the person's is read
+    OutputProfileManager profiles(options);
+    if (!profiles.load())
+        return refuse(QStringLiteral("Profiles.xml beside the program cannot be read"));
+    return ScriptCheck(script, limit).run(bytes, address, profiles) ? Good : Failed;
+}
+
+// A script may bring down the engine, or hold it where nothing can end it: the run has a process of
+// its own, whose lines are handed on as they come.
+int checkApart(const QStringList &arguments, qint64 limit)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.start(QCoreApplication::applicationFilePath(), arguments);
+    QElapsedTimer sinceFirstLine;
+    const auto timeLeft = [&] {
+        const qint64 all = limit + grace;
+        return sinceFirstLine.isValid() ? int(qMax<qint64>(0, all - sinceFirstLine.elapsed()))
+                                        : startLimit;
+    };
+    while (process.waitForReadyRead(timeLeft())) {
+        const QByteArray lines = process.readAllStandardOutput();
+        std::fwrite(lines.constData(), 1, size_t(lines.size()), stdout);
+        std::fflush(stdout);
+        if (!sinceFirstLine.isValid())
+            sinceFirstLine.start();
+    }
+    if (process.error() == QProcess::FailedToStart)
+        return refuse(QStringLiteral("cannot run itself: ") + process.errorString());
+    Report report;
+    if (process.state() != QProcess::NotRunning && !process.waitForFinished(timeLeft())) {
+        process.kill();
+        process.waitForFinished();
+        report.problem(QStringLiteral("the script did not end within %1 s and could not be ended: "
+                                      "a single built-in function, or a recursion")
+                           .arg(double(limit) / 1000));
+        return Failed;
+    }
+    if (process.exitStatus() == QProcess::CrashExit) {
+        report.problem(
+            QStringLiteral("the script brings down the engine, and the program with it"));
+        return Failed;
+    }
+    return process.exitCode();
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("reelkeeper-check"));
+
+    const QCommandLineOption manifestOption(
+        QStringLiteral("manifest"), QStringLiteral("Checks a folder that is to be published."),
+        QStringLiteral("FOLDER"));
+    const QCommandLineOption urlOption(
+        QStringLiteral("url"), QStringLiteral("Address of the page."), QStringLiteral("ADDRESS"));
+    QCommandLineOption limitOption(QStringLiteral("limit"), QString(), QStringLiteral("MS"),
+                                   QStringLiteral("10000"));
+    QCommandLineOption hereOption(QStringLiteral("here")); // in this process
+    limitOption.setFlags(QCommandLineOption::HiddenFromHelp);
+    hereOption.setFlags(QCommandLineOption::HiddenFromHelp);
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Runs a site script and its companions over a saved page.\n"
+                       "Exit code 0: good, 1: something has to be mended, 2: not checked."));
+    const QCommandLineOption helpOption = parser.addHelpOption();
+    parser.addPositionalArgument(QStringLiteral("SCRIPT"), QStringLiteral("Site script."),
+                                 QStringLiteral("[SCRIPT"));
+    parser.addPositionalArgument(QStringLiteral("PAGE"), QStringLiteral("Saved page."),
+                                 QStringLiteral("PAGE]"));
+    parser.addOptions({manifestOption, urlOption, limitOption, hereOption});
+
+    QStringList arguments = QCoreApplication::arguments();
+    if (!parser.parse(arguments))
+        return refuse(parser.errorText());
+    if (parser.isSet(helpOption))
+        parser.showHelp(Good);
+    const QStringList files = parser.positionalArguments();
+    const QString address = parser.value(urlOption);
+    bool limitOk = false;
+    const qint64 limit = parser.value(limitOption).toUInt(&limitOk);
+    if (!limitOk || files.size() != (parser.isSet(manifestOption) ? 0 : 2))
+        return refuse(QStringLiteral("wrong arguments, see --help"));
+    if (parser.isSet(urlOption) && !isUrl(address))
+        return refuse(QStringLiteral("%1 is no address of a page").arg(address));
+
+    if (parser.isSet(manifestOption))
+        return refuse(QStringLiteral("not yet"));
+    if (parser.isSet(hereOption))
+        return checkScript(files.at(0), files.at(1), address, limit);
+    arguments[0] = QStringLiteral("--here");
+    return checkApart(arguments, limit);
+}

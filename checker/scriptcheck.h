@@ -1,0 +1,45 @@
+#pragma once
+
+#include "report.h"
+
+#include "cjslib.h"
+
+#include <QByteArray>
+#include <QElapsedTimer>
+#include <QString>
+
+class OutputProfileManager;
+
+// One run of a site's files over a saved page, told as it goes. It ends itself after the limit, but
+// not while a single built-in function is at work, and it may bring down the process: whoever runs
+// it is prepared for both.
+class ScriptCheck final
+{
+public:
+    // limit: milliseconds for all files together.
+    ScriptCheck(const QString &scriptPath, qint64 limit);
+
+    // address: of the page; empty when it is not known. True when the page gives a stream and a
+    // title and there is nothing to be mended.
+    bool run(const QByteArray &page, const QString &address, const OutputProfileManager &profiles);
+
+private:
+    void tellName(const QString &address);
+    VideoInfo runScripts(const QString &pageText, const QString &address);
+    void tellBegin(const QString &path);
+    void tellEnd(const ScriptEnd &end);
+    void tellAlert(const QString &text);
+    bool isOver();
+    void tellStreams(const QString &streamText, const OutputProfileManager &profiles);
+    void tellTexts(const VideoInfo &info);
+
+    const QString m_scriptPath;
+    const qint64 m_limit;
+    Report m_report;
+    QElapsedTimer m_sinceStart;
+    QElapsedTimer m_sinceBegin; // of the present file
+    int m_alerts = 0;
+    bool m_over = false;
+    bool m_streamsGiven = false; // by a script that ended well
+    bool m_titleGiven = false;
+};
