@@ -13,20 +13,33 @@ static QString hostSetting(const char *variable, const QString &builtIn)
     return (value.isEmpty() ? builtIn : value).toLower();
 }
 
+// HOST, HOST:PORT, or one of them with the scheme in front.
+static QString serverAddress(QString host)
+{
+    while (host.endsWith(QLatin1Char('/')))
+        host.chop(1);
+    return host.startsWith(QLatin1String("https://"))
+               ? host
+               : ensurePrefix(host, QStringLiteral("http://"));
+}
+
 AppInfo::AppInfo()
     : title(product::title())
     , productName(product::name())
     , build(QStringLiteral("Build 438"))
-    , versionText(QStringLiteral("Reelkeeper 1.0"))
-    , helpUrl(QStringLiteral("https://www.quarnitek.example/reelkeeper/help"))
+    , versionText(product::name() + QLatin1Char(' ') + product::version())
+    , helpUrl(product::helpUrl())
     , instanceId(QStringLiteral("{C4440C0A-8250-4e4e-BC6F-DDBCA47E530E}"))
     , themeColor(89, 93, 129)
     , webSite(QStringLiteral("https://www.quarnitek.example/reelkeeper"))
     , supportEmail(QStringLiteral("support@quarnitek.example"))
+    , secureHosts(SecureHosts::fromText(
+          hostSetting("REELKEEPER_SECURE_HOSTS", QStringLiteral(REELKEEPER_SECURE_HOSTS))))
+    , certificateFile(qEnvironmentVariable("REELKEEPER_CA_FILE"))
 {
     supportedHosts << hostSetting("REELKEEPER_SITE_HOST", QStringLiteral(REELKEEPER_SITE_HOST));
-    profileListUrl = QStringLiteral("http://") +
-                     hostSetting("REELKEEPER_UPDATE_HOST", QStringLiteral(REELKEEPER_UPDATE_HOST)) +
+    profileListUrl = serverAddress(hostSetting("REELKEEPER_UPDATE_HOST",
+                                               QStringLiteral(REELKEEPER_UPDATE_HOST))) +
                      QStringLiteral("/reelkeeper/Profile.xml");
 }
 
@@ -42,5 +55,6 @@ void AppInfo::destroyInstance()
 
 bool AppInfo::isSupportedUrl(const QString &text) const
 {
-    return supportedHosts.contains(QUrl(ensurePrefix(text, QStringLiteral("http://"))).host());
+    return secureHosts.cover(text) ||
+           supportedHosts.contains(QUrl(ensurePrefix(text, QStringLiteral("http://"))).host());
 }

@@ -119,6 +119,9 @@ bool Options::load()
     ensureDir(jsPath);
 
     firstCloseMainFrame = readFlag(m_settings, QStringLiteral("First Close MainFrame"), true);
+    const QString hosts = QStringLiteral("Secure Hosts");
+    if (m_settings.contains(hosts))
+        secureHosts = readText(m_settings, hosts);
 
     const SubKey debug(QStringLiteral("Debug"));
     enableLogging = readFlag(debug, QStringLiteral("Enable Logging"), false);

@@ -6,6 +6,8 @@
 #include <QVariant>
 #include <QVector>
 
+#include <optional>
+
 class QTableWidget;
 class QWidget;
 
@@ -19,7 +21,7 @@ public:
     static void destroyInstance();
 
     bool load(); // always true
-    bool save(); // always true; writes the "Options" settings, not "JS Path" and not "Debug"
+    bool save(); // always true; not "JS Path", "Secure Hosts" and "Debug"
 
     // The same when one of them is another than it was loaded or saved last.
     void saveChanges();
@@ -51,6 +53,7 @@ public:
     int jsVersion = -1;
     QString jsPath; // ends with the native separator
     bool firstCloseMainFrame = false;
+    std::optional<QString> secureHosts; // as written by hand, see SecureHosts; none: not written
 
     bool enableLogging = false;
     bool deleteTempFile = false;

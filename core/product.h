@@ -14,6 +14,14 @@ inline QString name()
 {
     return QStringLiteral("Reelkeeper");
 }
+inline QString version()
+{
+    return QStringLiteral("1.0");
+}
+inline QString helpUrl()
+{
+    return QStringLiteral("https://www.quarnitek.example/reelkeeper/help");
+}
 inline QString maker()
 {
     return QStringLiteral("Quarnitek");

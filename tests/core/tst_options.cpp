@@ -49,6 +49,19 @@ private slots:
         QCOMPARE(values(again).mid(0, 12), stored.mid(0, 12));
     }
 
+    void hostsWrittenByHandStay()
+    {
+        for (const char *hosts : {"a.test, b.test", ""}) {
+            QVERIFY(writeFile(file(), "[Options]\nSecure Hosts=" + QByteArray(hosts)));
+            Options options;
+            options.load();
+            options.save();
+            Options again;
+            again.load();
+            QCOMPARE(again.secureHosts.value_or("none"_q), QString::fromLatin1(hosts));
+        }
+    }
+
     void damageMeansDefaults()
     {
         const QByteArray folder = m_sandbox.path("by, hand,é"_q).toUtf8();
