@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <memory>
 
 class QObject;
 class QUrl;
@@ -102,6 +103,18 @@ bool browseFolder(QWidget *parent, const QString &title, const QString &initialP
 QString newGuid();   // upper case with braces
 quint32 tickCount(); // milliseconds of a steady clock, wrapping. Any thread.
 
+// As long as it is there the system does not go to sleep for want of a person; its screen may. It
+// is asked without waiting for the answer, and hears of the end also when the process dies.
+class WakeLock final
+{
+public:
+    explicit WakeLock(const QString &reason);
+    ~WakeLock();
+    Q_DISABLE_COPY(WakeLock)
+
+private:
+    const std::unique_ptr<QObject> m_inhibitor;
+};
 bool suspend(bool hibernate);
 // What a request to shut down would come to as things are.
 enum class ShutDown {

@@ -13,6 +13,7 @@
 #include "startup.h"
 #include "trayicon.h"
 #include "ui_mainwindow.h"
+#include "wakefulness.h"
 #include "webdatabase.h"
 
 #include <QApplication>
@@ -73,6 +74,7 @@ MainWindow::~MainWindow()
     m_saveTimer.stop();
     setMainWindow(nullptr);
 
+    m_wakefulness.reset();
     m_notifications.reset();
     m_newDownload.reset();
     m_stores.reset();
@@ -123,6 +125,7 @@ void MainWindow::connectJobs()
             Qt::QueuedConnection);
     connect(manager, &DownloaderManager::sigAllFinished, this, &MainWindow::onAllFinished,
             Qt::QueuedConnection);
+    m_wakefulness = std::make_unique<Wakefulness>(*manager);
     // A crash must not lose what was just asked for, nor what was just done.
     connect(manager, &DownloaderManager::sigJobsChanged, &m_stores->saver, &JobSaver::saveSoon);
     const JobNotifications *notifications = m_notifications.get();

@@ -16,6 +16,7 @@ class JobNotifications;
 class NewDownload;
 class Stores;
 class TrayIcon;
+class Wakefulness;
 
 // The program's window and its controller. Building it is the program's start-up: it loads the
 // settings, updates the site scripts, opens the job list and starts what was running; destroying it
@@ -88,5 +89,6 @@ private:
     std::unique_ptr<NewDownload> m_newDownload;
     std::unique_ptr<TrayIcon> m_trayIcon;
     std::unique_ptr<JobNotifications> m_notifications;
+    std::unique_ptr<Wakefulness> m_wakefulness;
     int m_exitCode = 0;
 };

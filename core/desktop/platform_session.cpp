@@ -5,7 +5,6 @@
 
 #include <QCoreApplication>
 #include <QDBusConnection>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusUnixFileDescriptor>
 #include <QEvent>
@@ -67,6 +66,36 @@ static QDBusMessage callToPowerService(const QString &method, const QVariantList
     return call;
 }
 
+namespace {
+
+// What the service must not do, or not at once, as long as this object is there.
+class Inhibitor final : public QObject
+{
+public:
+    Inhibitor(const QString &what, const QString &reason, const QString &mode)
+    {
+        whenAnswered(
+            QDBusConnection::systemBus(),
+            callToPowerService(QStringLiteral("Inhibit"), {what, product::title(), reason, mode}),
+            this, [this](const QDBusMessage &reply) {
+                m_file = QDBusPendingReply<QDBusUnixFileDescriptor>(reply).value();
+            });
+    }
+
+private:
+    QDBusUnixFileDescriptor m_file; // open: it counts
+};
+
+} // namespace
+
+platform::WakeLock::WakeLock(const QString &reason)
+    : m_inhibitor(
+          std::make_unique<Inhibitor>(QStringLiteral("idle"), reason, QStringLiteral("block")))
+{
+}
+
+platform::WakeLock::~WakeLock() = default;
+
 // Hears of the end of the session where it comes from: the machine going down, the session's
 // manager, a signal.
 class SessionWatch final : public QObject
@@ -87,14 +116,12 @@ public:
         QDBusConnection bus = QDBusConnection::systemBus();
         if (!bus.isConnected())
             return;
-        const QDBusMessage inhibit =
-            callToPowerService(QStringLiteral("Inhibit"),
-                               {QStringLiteral("shutdown"), product::title(),
-                                QStringLiteral("Saving the downloads"), QStringLiteral("delay")});
-        bus.connect(inhibit.service(), inhibit.path(), inhibit.interface(),
+        const QDBusMessage service = callToPowerService(QString(), {});
+        bus.connect(service.service(), service.path(), service.interface(),
                     QStringLiteral("PrepareForShutdown"), this, SLOT(onPrepareForShutdown(bool)));
-        auto *reply = new QDBusPendingCallWatcher(bus.asyncCall(inhibit), this);
-        connect(reply, &QDBusPendingCallWatcher::finished, this, &SessionWatch::onInhibited);
+        m_delay = std::make_unique<Inhibitor>(QStringLiteral("shutdown"),
+                                              QStringLiteral("Saving the downloads"),
+                                              QStringLiteral("delay"));
     }
 
     bool eventFilter(QObject *receiver, QEvent *event) override
@@ -106,13 +133,6 @@ public:
     }
 
 private slots:
-    void onInhibited(QDBusPendingCallWatcher *watcher)
-    {
-        const QDBusPendingReply<QDBusUnixFileDescriptor> reply = *watcher;
-        if (!reply.isError())
-            m_delay = reply.value();
-        watcher->deleteLater();
-    }
     void onPrepareForShutdown(bool begins)
     {
         if (begins)
@@ -121,9 +141,9 @@ private slots:
 
 private:
     std::function<void()> m_end;
-    // While it is open the machine waits, some seconds at most. It goes last, with the context:
-    // everything has been saved by then.
-    QDBusUnixFileDescriptor m_delay;
+    // The machine waits for it, some seconds at most. It goes last, with the context: everything
+    // has been saved by then.
+    std::unique_ptr<Inhibitor> m_delay;
 };
 
 void platform::watchSession(QObject *context, const std::function<void()> &save,

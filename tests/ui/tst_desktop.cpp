@@ -3,7 +3,9 @@
 #include "literals.h"
 #include "logfile.h"
 #include "platform.h"
+#include "surroundings.h"
 #include "testmain.h"
+#include "wakefulness.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -124,11 +126,7 @@ private slots:
 
     void machineWaitsUntilAllIsSaved()
     {
-        int ends[2];
-        QCOMPARE(pipe2(ends, O_NONBLOCK | O_CLOEXEC), 0);
-        m_services.giveDelay(ends[1]);
-        QVERIFY(m_bus.registerService("org.freedesktop.login1"_q));
-        m_services.expect(QString());
+        const int handedOut = handOutInhibitor();
         QString asked;
         int told = 0;
         auto application = std::make_unique<QObject>();
@@ -141,11 +139,34 @@ private slots:
         news << true;
         QVERIFY(m_bus.send(news));
         QTRY_COMPARE(told, 1);
-        char byte = 0;
-        QCOMPARE(int(read(ends[0], &byte, 1)), -1); // nobody has closed the other end
+        QVERIFY(!isGivenBack(handedOut));
         application.reset();
-        QTRY_COMPARE(int(read(ends[0], &byte, 1)), 0);
-        close(ends[0]);
+        QTRY_VERIFY(isGivenBack(handedOut));
+        close(handedOut);
+        m_bus.unregisterService("org.freedesktop.login1"_q);
+    }
+
+    void staysAwakeWhileAJobRuns()
+    {
+        const int handedOut = handOutInhibitor();
+        m_sandbox.loadOptions();
+        DownloaderManager manager(testSurroundings());
+        const Wakefulness awake(manager);
+        manager.addLoadedJob(manager.newJob());
+        for (const auto state : {JobState::Stopped, JobState::Start}) {
+            QCOMPARE(m_services.expect(QString()), QString());
+            manager.jobs().front()->record.video_state = state;
+            emit manager.sigJobsChanged();
+            bool answered = false; // and all that was asked before
+            platform::askForShutDown(this, [&](platform::ShutDown) { answered = true; });
+            QTRY_VERIFY(answered);
+        }
+        QCOMPARE(m_services.expect(QString()), "Inhibitidleblock"_q);
+        QVERIFY(!isGivenBack(handedOut));
+        manager.jobs().front()->record.video_state = JobState::Errored;
+        emit manager.sigJobsChanged();
+        QTRY_VERIFY(isGivenBack(handedOut));
+        close(handedOut);
         m_bus.unregisterService("org.freedesktop.login1"_q);
     }
 
@@ -174,6 +195,22 @@ private slots:
     }
 
 private:
+    // The power service is there and gives one away. The result is closed by whoever wants it.
+    int handOutInhibitor()
+    {
+        int ends[2] = {-1, -1};
+        if (pipe2(ends, O_NONBLOCK | O_CLOEXEC) != 0 ||
+            !m_bus.registerService("org.freedesktop.login1"_q))
+            qFatal("no inhibitor");
+        m_services.expect(QString());
+        m_services.giveDelay(ends[1]);
+        return ends[0];
+    }
+    static bool isGivenBack(int inhibitor)
+    {
+        char byte = 0;
+        return read(inhibitor, &byte, 1) == 0;
+    }
     void tool(const QString &name, const QByteArray &line)
     {
         QFile file(m_sandbox.path("tools/"_q + name));
