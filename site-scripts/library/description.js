@@ -1,0 +1,1 @@
+video ? video.description : "";
