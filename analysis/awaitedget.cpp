@@ -1,6 +1,7 @@
 #include "awaitedget.h"
 
 #include <QEventLoop>
+#include <QNetworkCookieJar>
 #include <QThread>
 
 // Bytes. A packed answer grows a thousandfold at most, and only what is in here at a time.
@@ -49,9 +50,17 @@ int AwaitedGet::error() const
     return error == QNetworkReply::OperationCanceledError ? QNetworkReply::TimeoutError : error;
 }
 
+void AwaitedGet::keepCookiesIn(QNetworkCookieJar *jar)
+{
+    QObject *owner = jar->parent();
+    m_manager.setCookieJar(jar);
+    jar->setParent(owner); // the manager takes it otherwise
+}
+
 const QNetworkReply *AwaitedGet::get(QNetworkRequest request)
 {
     releaseReply(m_reply, this);
+    m_untrusted.clear();
     // What a site or a manifest says must not reach the files of this computer.
     const QString scheme = request.url().scheme();
     if (isStopped() || (scheme != QLatin1String("http") && scheme != QLatin1String("https")))
@@ -60,6 +69,8 @@ const QNetworkReply *AwaitedGet::get(QNetworkRequest request)
     m_reply = m_manager.get(request);
     m_reply->setReadBufferSize(readBufferSize);
     connect(m_reply, &QNetworkReply::readyRead, this, [this] { emit readyRead(m_reply); });
+    connect(m_reply, &QNetworkReply::sslErrors, this,
+            [this](const QList<QSslError> &errors) { m_untrusted = ::untrusted(errors); });
     if (!m_reply->isFinished())
         wait();
     if (m_stopped) {

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QNetworkAccessManager>
+#include "networkaccess.h"
+
 #include <QNetworkReply>
 #include <QObject>
 
@@ -27,6 +28,12 @@ public:
     // Of the last request: 0, or the number of a QNetworkReply::NetworkError.
     int error() const;
 
+    // Why the certificate of the last request's server is not trusted; empty when it is.
+    QString untrusted() const { return m_untrusted; }
+
+    // Where cookies are kept and come from, instead of a place of its own. Not owned.
+    void keepCookiesIn(QNetworkCookieJar *jar);
+
     // True when nobody waits for an answer any more: another request would end at once.
     bool isStopped() const;
 
@@ -43,7 +50,8 @@ private:
     void wait();
 
     const int m_timeout;
-    QNetworkAccessManager m_manager;
+    NetworkAccess m_manager;
     QNetworkReply *m_reply = nullptr; // not owned: released with deleteLater
+    QString m_untrusted;
     bool m_stopped = false;
 };

@@ -1,6 +1,7 @@
 #include "cookies.h"
 
 #include "httpget.h"
+#include "redirect.h"
 #include "trace.h"
 
 #include <QStringList>
@@ -15,9 +16,27 @@ Cookies::Cookies(int timeout, QObject *parent)
 
 QString Cookies::start(const QString &url)
 {
-    const QUrl address(url);
-    TRACE() << "Cookies::start(" << address.toString() << ")";
-    m_reply = m_get.get(QNetworkRequest(address));
+    return ask(QUrl(url), SiteAccess::plain(url));
+}
+
+QString Cookies::start(const SiteAccess &access, QNetworkCookieJar *jar)
+{
+    m_get.keepCookiesIn(jar);
+    return ask(QUrl(access.cookieAddress), access);
+}
+
+QString Cookies::ask(const QUrl &url, const SiteAccess &access)
+{
+    TRACE() << "Cookies::start(" << url.toString() << ")";
+    Redirect redirect{true, url, {}};
+    for (int followed = 0; redirect.follow; ++followed) {
+        QNetworkRequest request(redirect.to);
+        if (!access.userAgent.isEmpty())
+            request.setRawHeader("User-Agent", access.userAgent);
+        m_reply = m_get.get(request);
+        redirect =
+            m_reply ? Redirect::of(*m_reply, access, access.cookieRedirects, followed) : Redirect();
+    }
     if (m_reply && m_reply->error() != QNetworkReply::NoError)
         onNetworkError(m_reply->error());
     else

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "awaitedget.h"
+#include "siteaccess.h"
 
 #include <QObject>
 #include <QString>
@@ -18,7 +19,12 @@ public:
 
     // The value of the answer's Set-Cookie header, folded; empty when there is none or the request
     // failed. Runs a nested event loop, which also ends when the thread is told to quit.
-    QString start(const QString &url);
+    QString start(const QString &url); // a plain page's
+    // jar: takes the cookies of all answers on the way as well, each for its hosts.
+    QString start(const SiteAccess &access, QNetworkCookieJar *jar);
+
+    // Why the certificate of the page's server is not trusted; empty when it is.
+    QString untrusted() const { return m_get.untrusted(); }
     virtual bool parseReply(const QNetworkReply *reply);
 
     // The network layer's value of several Set-Cookie headers as one line that can be sent as a
@@ -34,6 +40,8 @@ public slots:
     void onNetworkError(QNetworkReply::NetworkError err);
 
 private:
+    QString ask(const QUrl &url, const SiteAccess &access);
+
     AwaitedGet m_get;
     const QNetworkReply *m_reply = nullptr; // the answer, once it has ended; m_get's
     QString m_cookieText;

@@ -12,13 +12,14 @@
 
 #include <QClipboard>
 #include <QEvent>
+#include <QFontMetrics>
 #include <QGuiApplication>
 #include <QIcon>
 #include <QPointer>
 #include <QUrl>
 
 namespace {
-QString messageFor(int result)
+QString messageFor(int result, const QString &reason)
 {
     switch (result) {
     case PageAnalysis::InvalidUrl:
@@ -26,7 +27,8 @@ QString messageFor(int result)
     case PageAnalysis::NotSupported:
         return DlgNewDownload::tr("Page not support.");
     case PageAnalysis::NoPage:
-        return DlgNewDownload::tr("Can not get page.");
+        return reason.isEmpty() ? DlgNewDownload::tr("Can not get page.")
+                                : DlgNewDownload::tr("Can not get page: %1.").arg(reason);
     case PageAnalysis::NoVideo:
         return DlgNewDownload::tr("Not contain video.");
     default:
@@ -170,7 +172,9 @@ void DlgNewDownload::applySelection()
 
 void DlgNewDownload::showMessage(const QString &text)
 {
-    m_ui->label_4->setText(text);
+    const QFontMetrics metrics(m_ui->label_4->font());
+    m_ui->label_4->setText(metrics.elidedText(text, Qt::ElideRight, m_ui->label_4->width()));
+    m_ui->label_4->setToolTip(text);
     m_ui->label_4->show();
 }
 
@@ -183,9 +187,12 @@ int DlgNewDownload::analysePage(const QString &url)
     connect(this, &QDialog::finished, &analysis, &PageAnalysis::stop);
     connect(this, &QObject::destroyed, &analysis, &PageAnalysis::stop);
     VideoInfo info;
-    const int result = analysis.analyse(url, m_surroundings.profiles, &info);
-    if (self)
+    const SiteAccess access = siteAccess(url, m_surroundings.info.secureHosts);
+    const int result = analysis.analyse(access, m_surroundings.profiles, &info);
+    if (self) {
         m_videoInfo = info;
+        m_reason = analysis.reason();
+    }
     return result;
 }
 
@@ -213,7 +220,7 @@ void DlgNewDownload::onDownload()
     m_ui->lineEditPage->selectAll();
     m_ui->lineEditPage->setFocus();
     m_ui->btnOk->setEnabled(true);
-    showMessage(messageFor(result));
+    showMessage(messageFor(result, m_reason));
 }
 
 void DlgNewDownload::onMouseMoveIn()

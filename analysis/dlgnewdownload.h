@@ -23,7 +23,7 @@ struct NewDownloadSurroundings
     const Options &options;         // preselects the quality
     OutputProfileManager &profiles; // offers the choices and keeps them
     const CJSLib &scripts;
-    const AppInfo &info; // tells whose addresses are offered
+    const AppInfo &info; // tells whose addresses are offered, and which of them are secure
 };
 
 // Asks for a watch-page address, source quality and output format, and analyses the page.
@@ -63,6 +63,7 @@ private:
     std::unique_ptr<Ui::dlgNewDownload> m_ui;
     const NewDownloadSurroundings m_surroundings;
     VideoInfo m_videoInfo;
+    QString m_reason;        // why the last analysis got no page; may be empty
     QClipboard *m_clipboard; // the application's
     bool m_pasteArmed = true;
     bool m_closed = false;

@@ -1,14 +1,10 @@
 #include "httpget.h"
 
 #include "pagetext.h"
+#include "redirect.h"
 #include "trace.h"
 
-namespace {
-constexpr int redirectLimit = 10;
-constexpr int firstErrorStatus = 400;
-const char userAgent[] = "Mozilla/5.0 (Windows; U; Windows NT 5.1; en-US) AppleWebKit/534.3 "
-                         "(KHTML, like Gecko) Chrome/6.0.472.63 Safari/534.3 ChromePlus/1.4.2.0";
-} // namespace
+static constexpr int firstErrorStatus = 400;
 
 HttpGet::HttpGet(int timeout, QObject *parent)
     : QObject(parent)
@@ -17,21 +13,33 @@ HttpGet::HttpGet(int timeout, QObject *parent)
     connect(&m_get, &AwaitedGet::readyRead, this, &HttpGet::takeBytes);
 }
 
+QString HttpGet::get(const SiteAccess &access)
+{
+    return get(QUrl(access.address), access);
+}
+
 QString HttpGet::get(const QUrl &url)
 {
+    return get(url, SiteAccess::plain(url.toString()));
+}
+
+QString HttpGet::get(const QUrl &url, const SiteAccess &access)
+{
     m_pageText.clear();
+    m_reason.clear();
+    m_refused = false;
     m_url = url;
     do {
         TRACE() << "Getting page: " << m_url.toString();
         QNetworkRequest request(m_url);
         if (!m_referer.isEmpty())
             request.setRawHeader("Referer", m_referer.toUtf8());
-        request.setRawHeader("User-Agent", userAgent);
+        request.setRawHeader("User-Agent", access.pageUserAgent);
         m_body.clear();
         m_tooLarge = false;
         m_redirected = false;
         if (const QNetworkReply *reply = m_get.get(request))
-            httpFinished(reply);
+            httpFinished(reply, access);
     } while (m_redirected);
     m_body.clear();
     emit sigFinished(m_pageText.isEmpty() ? 0 : 1);
@@ -47,29 +55,43 @@ void HttpGet::takeBytes(QNetworkReply *reply)
         m_body += reply->readAll();
 }
 
-void HttpGet::httpFinished(const QNetworkReply *reply)
+void HttpGet::httpFinished(const QNetworkReply *reply, const SiteAccess &access)
 {
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     // Who is asked next learns where from, and no more than that.
     m_referer =
         m_url.adjusted(QUrl::RemoveUserInfo | QUrl::RemoveFragment).toString(QUrl::FullyEncoded);
-    if (followRedirect(*reply))
+    if (followRedirect(*reply, access))
         return;
     // A transfer that was cut short has a good status and half a page.
-    const bool whole = reply->error() == QNetworkReply::NoError && !m_tooLarge;
+    const bool whole = reply->error() == QNetworkReply::NoError && !m_tooLarge && !m_refused;
     if (whole && !(status.isValid() && status.toInt() >= firstErrorStatus))
         m_pageText = decodePage(m_body, m_url.toString());
+    else if (m_reason.isEmpty())
+        m_reason = reasonOf(*reply, status.toInt());
+    m_refused = m_refused || !m_get.untrusted().isEmpty();
 }
 
-bool HttpGet::followRedirect(const QNetworkReply &reply)
+QString HttpGet::reasonOf(const QNetworkReply &reply, int status) const
 {
-    const QVariant target = reply.attribute(QNetworkRequest::RedirectionTargetAttribute);
-    if (!target.isValid() || m_redirectCount >= redirectLimit)
+    if (m_tooLarge)
+        return tr("larger than %1 MB").arg(largestPage / 1024 / 1024);
+    if (status >= firstErrorStatus)
+        return tr("the server answered %1").arg(status);
+    if (m_get.error() == QNetworkReply::TimeoutError)
+        return tr("the server does not answer");
+    return m_get.untrusted().isEmpty() ? reply.errorString() : m_get.untrusted();
+}
+
+bool HttpGet::followRedirect(const QNetworkReply &reply, const SiteAccess &access)
+{
+    const Redirect redirect = Redirect::of(reply, access, access.pageRedirects, m_redirectCount);
+    m_reason = redirect.refusal;
+    m_refused = !redirect.refusal.isEmpty();
+    if (!redirect.follow)
         return false;
-    const QUrl resolved = m_url.resolved(target.toUrl());
-    TRACE() << "Redirecting from " << m_url.toString() << " to " << resolved.toString();
     ++m_redirectCount;
-    m_url = resolved;
+    m_url = redirect.to;
     m_redirected = true;
     return true;
 }

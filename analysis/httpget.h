@@ -1,6 +1,7 @@
 #pragma once
 
 #include "awaitedget.h"
+#include "siteaccess.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -21,7 +22,13 @@ public:
 
     // The page text; empty for every kind of failure. Runs nested event loops until the transfer,
     // redirects included, is over, or the thread is told to quit.
-    QString get(const QUrl &url);
+    QString get(const SiteAccess &access);
+    QString get(const QUrl &url); // a plain page
+
+    // Why the last fetch failed, for a person; empty when there is nothing to say.
+    QString reason() const { return m_reason; }
+    // True when the last fetch met what another one would meet again.
+    bool isRefused() const { return m_refused; }
 
     // True when nobody waits for the page any more: another fetch would end at once, empty.
     bool isStopped() const { return m_get.isStopped(); }
@@ -30,12 +37,14 @@ signals:
     void sigFinished(int nRe); // 1: there is text, 0: there is none; once per fetch
 
 public slots:
-    void httpFinished(const QNetworkReply *reply);
+    void httpFinished(const QNetworkReply *reply, const SiteAccess &access);
     void stop() { m_get.stop(); } // ends the fetch under way and refuses later ones
 
 private:
     void takeBytes(QNetworkReply *reply);
-    bool followRedirect(const QNetworkReply &reply);
+    QString get(const QUrl &url, const SiteAccess &access);
+    bool followRedirect(const QNetworkReply &reply, const SiteAccess &access);
+    QString reasonOf(const QNetworkReply &reply, int status) const;
 
     QString m_pageText;
     QUrl m_url;
@@ -45,4 +54,6 @@ private:
     QString m_referer;
     qint32 m_redirectCount = 0; // over the fetcher's whole life
     bool m_redirected = false;
+    QString m_reason;
+    bool m_refused = false;
 };

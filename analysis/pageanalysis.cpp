@@ -2,7 +2,6 @@
 
 #include "logfile.h"
 #include "outputprofilemanager.h"
-#include "texts.h"
 #include "trace.h"
 
 #include <QEventLoop>
@@ -74,16 +73,21 @@ void PageAnalysis::stop()
     m_fetcher.stop();
 }
 
-PageAnalysis::Result PageAnalysis::read(const QString &url, VideoInfo *info)
+PageAnalysis::Result PageAnalysis::read(const SiteAccess &access, VideoInfo *info)
 {
-    return read(url, info, drop);
+    return read(access, info, drop);
 }
 
-PageAnalysis::Result PageAnalysis::read(const QString &url, VideoInfo *info, Note note)
+PageAnalysis::Result PageAnalysis::read(const QString &url, VideoInfo *info)
 {
-    const QUrl requestUrl(ensurePrefix(url, QStringLiteral("http://")));
+    return read(SiteAccess::plain(url), info);
+}
+
+PageAnalysis::Result PageAnalysis::read(const SiteAccess &access, VideoInfo *info, Note note)
+{
+    const QString url = access.page;
     note(QStringLiteral("Parsing domain..."), QStringLiteral("Add page:"), url);
-    const SiteScript *script = m_scripts.matchHost(requestUrl.host());
+    const SiteScript *script = m_scripts.matchHost(QUrl(access.address).host());
     if (!script) {
         note(QString(), QStringLiteral("Page not support: "), url);
         return NotSupported;
@@ -93,11 +97,14 @@ PageAnalysis::Result PageAnalysis::read(const QString &url, VideoInfo *info, Not
 
     // Other events run while the page is fetched, and the list may be rebuilt by one of them.
     const QString scriptPath = script->path;
-    const QString pageText = fetch(requestUrl);
+    const QString pageText = fetch(access);
     if (m_fetcher.isStopped())
         return Stopped;
     if (pageText.isEmpty()) {
         note(QStringLiteral("Can not get page."), QStringLiteral("Can not get page:"), url);
+        m_reason = access.tellsReasons ? m_fetcher.reason() : QString();
+        if (!m_reason.isEmpty())
+            note(QString(), QStringLiteral("Reason:"), m_reason);
         return NoPage;
     }
     note(QStringLiteral("Read page."), QStringLiteral("Read page:"), url);
@@ -114,16 +121,16 @@ PageAnalysis::Result PageAnalysis::read(const QString &url, VideoInfo *info, Not
         return noVideo(url, note);
     note(QStringLiteral("Parse resoult: ") + info->streamText, QStringLiteral("Parse resoult:"),
          info->streamText);
-    info->streams = splitStreams(info->streamText);
+    info->streams = splitStreams(info->streamText, access);
     return info->streams.isEmpty() ? noVideo(url, note) : Success;
 }
 
-PageAnalysis::Result PageAnalysis::analyse(const QString &url, const OutputProfileManager &profiles,
-                                           VideoInfo *info)
+PageAnalysis::Result PageAnalysis::analyse(const SiteAccess &access,
+                                           const OutputProfileManager &profiles, VideoInfo *info)
 {
-    if (!isUrl(url))
+    if (!access.looksRight(access.page))
         return InvalidUrl;
-    const Result result = read(url, info, keep);
+    const Result result = read(access, info, keep);
     if (result != Success)
         return result;
     info->streams = distinct(info->streams);
@@ -134,19 +141,21 @@ PageAnalysis::Result PageAnalysis::analyse(const QString &url, const OutputProfi
 }
 
 // One attempt right after the other.
-QString PageAnalysis::fetch(const QUrl &url)
+QString PageAnalysis::fetch(const SiteAccess &access)
 {
     QString text;
-    for (int attempt = 0; attempt < fetchAttempts && text.isEmpty() && !m_fetcher.isStopped();
-         ++attempt)
-        text = m_fetcher.get(url);
+    bool more = true;
+    for (int attempt = 0; attempt < fetchAttempts && more; ++attempt) {
+        text = m_fetcher.get(access);
+        more = text.isEmpty() && !m_fetcher.isStopped() && !m_fetcher.isRefused();
+    }
     return text;
 }
 
-QVector<VideoStream> PageAnalysis::splitStreams(const QString &streamText)
+QVector<VideoStream> PageAnalysis::splitStreams(const QString &streamText, const SiteAccess &access)
 {
     QVector<VideoStream> streams;
-    const QVector<StreamRecord> records = splitRecords(streamText);
+    const QVector<StreamRecord> records = splitRecords(streamText, access);
     for (const StreamRecord &record : records) {
         if (record.fate == StreamRecord::Read)
             streams.append(record.stream);
@@ -154,7 +163,8 @@ QVector<VideoStream> PageAnalysis::splitStreams(const QString &streamText)
     return streams;
 }
 
-QVector<StreamRecord> PageAnalysis::splitRecords(const QString &streamText)
+QVector<StreamRecord> PageAnalysis::splitRecords(const QString &streamText,
+                                                 const SiteAccess &access)
 {
     QVector<StreamRecord> records;
     int streams = 0;
@@ -169,14 +179,16 @@ QVector<StreamRecord> PageAnalysis::splitRecords(const QString &streamText)
         }
         const QStringList halves = text.split(QLatin1Char('|'));
         const QStringList fields = halves.at(0).split(QLatin1Char('$'));
+        const QString address = access.streamAddress(halves.value(1));
         if (halves.size() != 2) {
             record.fate = StreamRecord::NotTwoHalves;
         } else if (fields.size() != 4) {
             record.fate = StreamRecord::NotFourFields;
+        } else if (address.isEmpty()) {
+            record.fate = StreamRecord::NoWebAddress;
         } else {
             ++streams;
-            record.stream = {fields.at(0), fields.at(1), fields.at(2), fields.at(3),
-                             ensurePrefix(halves.at(1), QStringLiteral("http://"))};
+            record.stream = {fields.at(0), fields.at(1), fields.at(2), fields.at(3), address};
         }
         records.append(record);
     }

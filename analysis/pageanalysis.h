@@ -13,7 +13,7 @@ class OutputProfileManager;
 // One record of a stream text.
 struct StreamRecord
 {
-    enum Fate { Read, NotTwoHalves, NotFourFields, TooMany };
+    enum Fate { Read, NotTwoHalves, NotFourFields, NoWebAddress, TooMany };
     Fate fate = Read;
     QString text;       // as the script wrote it
     VideoStream stream; // when it was read
@@ -43,19 +43,27 @@ public:
     PageAnalysis(const CJSLib &scripts, const Alert &alert, int timeout);
 
     // Every well-formed record of the page, in order, duplicates kept. Writes no log.
-    Result read(const QString &url, VideoInfo *info);
+    Result read(const SiteAccess &access, VideoInfo *info);
+    Result read(const QString &url, VideoInfo *info); // of a plain page
 
     // For a person: looks at the address first, writes the log, drops duplicates and selects the
     // stream of the stored source quality. info may hold a partial result after a failure.
     // User-interface thread.
-    Result analyse(const QString &url, const OutputProfileManager &profiles, VideoInfo *info);
+    Result analyse(const SiteAccess &access, const OutputProfileManager &profiles, VideoInfo *info);
+
+    // Why there is NoPage, when the person is to know; otherwise empty.
+    QString reason() const { return m_reason; }
 
     // The well-formed records of a stream text, in order, duplicates kept, at most mostStreams.
-    // Any thread.
-    static QVector<VideoStream> splitStreams(const QString &streamText);
+    // access: of their page. Any thread.
+    static QVector<VideoStream>
+    splitStreams(const QString &streamText,
+                 const SiteAccess &access = SiteAccess::plain(QString()));
 
     // The same with what is left out, for whoever asks why. Any thread.
-    static QVector<StreamRecord> splitRecords(const QString &streamText);
+    static QVector<StreamRecord>
+    splitRecords(const QString &streamText,
+                 const SiteAccess &access = SiteAccess::plain(QString()));
 
     // Each is compared with those before it, and gets lines of its own in the log; no site has so
     // many, but a page may say anything.
@@ -69,10 +77,11 @@ public slots:
 private:
     // A line for the debug channel and one for the log; either may be empty.
     using Note = void (*)(const QString &trace, const QString &tag, const QString &text);
-    Result read(const QString &url, VideoInfo *info, Note note);
-    QString fetch(const QUrl &url);
+    Result read(const SiteAccess &access, VideoInfo *info, Note note);
+    QString fetch(const SiteAccess &access);
 
     const CJSLib &m_scripts;
     const Alert m_alert;
     HttpGet m_fetcher;
+    QString m_reason;
 };

@@ -1,5 +1,6 @@
 #include "simpledownload.h"
 
+#include "logfile.h"
 #include "trace.h"
 
 #include <QUrl>
@@ -74,5 +75,7 @@ void SimpleDownload::onFinished()
 void SimpleDownload::onNetworkError(QNetworkReply::NetworkError err)
 {
     m_error = err;
+    if (!m_get.untrusted().isEmpty())
+        LogFile::instance()->write(QStringLiteral("Check update:"), m_get.untrusted());
     emit sigFinished(1, err);
 }

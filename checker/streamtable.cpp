@@ -36,6 +36,8 @@ void StreamTable::tell(int number, const StreamRecord &record)
     } else if (record.fate == StreamRecord::NotFourFields) {
         m_report.detail(start + QStringLiteral("left out, not four fields with $ between: ") +
                         text);
+    } else if (record.fate == StreamRecord::NoWebAddress) {
+        m_report.detail(start + QStringLiteral("left out, no http or https address: ") + text);
     } else if (PageAnalysis::isDuplicate(m_streams, record.stream)) {
         m_report.detail(start + QStringLiteral("duplicate, size and address were there: ") + text);
     } else {

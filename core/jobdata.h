@@ -33,7 +33,7 @@ struct JobData
     QString title; // sanitised: usable as a file name
     QString keyword;
     QString category;
-    SharedText video_url; // percent-decoded
+    SharedText video_url; // percent-decoded, but of secure pages as the script gives it
     QString video_usser_agent;
     SharedText video_cookies;
     QString video_dimension; // "640x360"

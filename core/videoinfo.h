@@ -10,7 +10,7 @@ struct VideoStream
     QString length;       // seconds, decimal text; may be empty
     QString extra;        // third field: the site script's own, kept and not interpreted
     QString type;         // names the container ("mp4", "flv" somewhere inside)
-    QString videoAddress; // always begins with "http://"
+    QString videoAddress; // begins with "http://"; "https://" only of secure pages
 };
 
 // The result of a page analysis.

@@ -7,14 +7,15 @@
 #include "pageanalysis.h"
 #include "texts.h"
 
-void renewAddress(JobData &job, const CJSLib &scripts, const OutputProfileManager &profiles)
+void renewAddress(JobData &job, const CJSLib &scripts, const OutputProfileManager &profiles,
+                  const SiteAccess &access)
 {
     // First, so that a failed renewal is not tried again on the same day.
     job.download_time = dayOfYear();
     // A box may only be shown by the user-interface thread.
     PageAnalysis analysis(scripts, PageAnalysis::Alert(), HttpGet::transferTimeout);
     VideoInfo found;
-    if (analysis.read(job.page, &found) != PageAnalysis::Success)
+    if (analysis.read(access, &found) != PageAnalysis::Success)
         return;
     const int best = profiles.matchQuality(found.streams, job.quality_index);
     const QString address = found.streams.at(best).videoAddress;
@@ -22,6 +23,6 @@ void renewAddress(JobData &job, const CJSLib &scripts, const OutputProfileManage
     if (address == old)
         return;
     LogFile::instance()->write(QStringLiteral("Video URL(old)"), old);
-    job.video_url = decodeUrl(address);
+    job.video_url = access.keptAddress(address);
     LogFile::instance()->write(QStringLiteral("Video URL(new)"), job.video_url);
 }

@@ -1,5 +1,6 @@
 #include "downloadermanager.h"
 
+#include "appinfo.h"
 #include "cjslib.h"
 #include "instance.h"
 #include "options.h"
@@ -28,8 +29,12 @@ DownloaderManager::~DownloaderManager()
 
 DownloaderManager *DownloaderManager::instance()
 {
-    return ProcessInstance<DownloaderManager>::get(JobSurroundings{
-        *Options::instance(), *OutputProfileManager::instance(), *CJSLib::instance(), {}});
+    return ProcessInstance<DownloaderManager>::get(
+        JobSurroundings{*Options::instance(),
+                        *OutputProfileManager::instance(),
+                        *CJSLib::instance(),
+                        {},
+                        AppInfo::instance()->secureHosts});
 }
 
 void DownloaderManager::destroyInstance()

@@ -16,11 +16,12 @@ enum DownloadError : qint32 {
     HtmlInsteadOfVideo = 1010,
     NoContentType = 1011,
     ConversionNotStarted = 1012,
+    RedirectRefused = 1015, // to a place that must not be asked, or in a circle
 };
 
 // True for a code after which the job does not try again.
 constexpr bool isFatalDownloadError(qint32 code)
 {
     return (code >= 201 && code <= 204) || (code >= FileError && code <= TooManyShortTransfers) ||
-           (code >= HtmlInsteadOfVideo && code <= ConversionNotStarted);
+           (code >= HtmlInsteadOfVideo && code <= ConversionNotStarted) || code == RedirectRefused;
 }

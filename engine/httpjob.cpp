@@ -7,6 +7,7 @@
 #include "options.h"
 #include "outputprofilemanager.h"
 #include "platform.h"
+#include "siteaccess.h"
 #include "texts.h"
 #include "trace.h"
 
@@ -49,7 +50,8 @@ void HttpJob::init(const VideoInfo &info, int id)
     record.page = info.pageUrl;
     record.title = nameFromTitle(info.title);
     record.id = id;
-    record.video_url = decodeUrl(stream.videoAddress);
+    record.video_url =
+        siteAccess(info.pageUrl, m_surroundings.secureHosts).keptAddress(stream.videoAddress);
     record.video_type = stream.type;
     record.video_dimension = stream.dimension;
     record.duration = stream.length.toInt();

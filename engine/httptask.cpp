@@ -6,31 +6,40 @@
 #include "downloaderror.h"
 #include "jobrecord.h"
 #include "logfile.h"
+#include "networkaccess.h"
 #include "platform.h"
+#include "redirect.h"
 #include "streamexchange.h"
 #include "texts.h"
 #include "trace.h"
 
-#include <QNetworkAccessManager>
 #include <QThread>
 
 #include <utility>
 
-HttpTask::HttpTask(JobRecord &record, const QString &outputFolder, int stallTimeout,
-                   std::function<void()> renewAddress)
+static void logFailure(const QString &reason)
+{
+    LogFile::instance()->write(QStringLiteral("Download:"),
+                               QStringLiteral("Failed(%1)").arg(reason));
+}
+
+HttpTask::HttpTask(JobRecord &record, const SiteAccess &access, const QString &outputFolder,
+                   int stallTimeout, std::function<void()> renewAddress)
     : m_record(record)
+    , m_access(access)
     , m_outputFolder(outputFolder)
     , m_stallTimeout(stallTimeout)
     , m_renewAddress(std::move(renewAddress))
-    , m_manager(new QNetworkAccessManager(this))
+    , m_manager(new NetworkAccess(this))
 {
 }
 
 bool HttpTask::prepareCookies()
 {
     Cookies cookies(m_stallTimeout);
-    const QString text = cookies.start(m_record.page + QStringLiteral("&hl=en_US&persist_hl=0"));
+    const QString text = cookies.start(m_access, m_manager->cookieJar());
     m_record.video_cookies = text;
+    m_untrusted = cookies.untrusted();
     return !text.isEmpty();
 }
 
@@ -40,15 +49,14 @@ void HttpTask::startRequest()
     if (QThread::currentThread()->isInterruptionRequested())
         return;
     m_record.keepsSource = false;
-    const bool hasCookies = !m_record.video_cookies.text().isEmpty();
-    if (hasCookies && m_record.download_time != dayOfYear()) {
+    if (!m_untrusted.isEmpty())
+        return endRefused(QNetworkReply::SslHandshakeFailedError, m_untrusted);
+    if (m_access.cookiesDemanded && m_record.video_cookies.text().isEmpty())
+        return endWith(NoCookies);
+    if (m_record.download_time != dayOfYear()) {
         m_renewAddress();
         if (QThread::currentThread()->isInterruptionRequested())
             return;
-    }
-    if (!hasCookies) {
-        endWith(NoCookies);
-        return;
     }
     m_resumeFrom = 0;
     if (m_record.download_bytes > 0 && !prepareResume())
@@ -93,26 +101,45 @@ bool HttpTask::prepareResume()
 
 void HttpTask::sendRequest()
 {
-    const QNetworkRequest request = streamRequest(m_record, m_resumeFrom, m_stallTimeout);
-    TRACE() << "request:" << request.url().toString();
-    for (const QByteArray &name : request.rawHeaderList())
-        TRACE() << name << request.rawHeader(name);
+    ask(QUrl(m_record.video_url), 0);
+}
 
+void HttpTask::ask(const QUrl &address, int redirects)
+{
+    m_redirects = redirects;
     m_bytesReceived = 0;
     m_body = Body::Undecided;
-    m_reply = m_manager->get(request);
+    m_untrusted.clear();
+    m_reply =
+        m_manager->get(streamRequest(m_record, m_access, address, m_resumeFrom, m_stallTimeout));
     // Without a limit the network layer would take the whole stream into memory.
     m_reply->setReadBufferSize(ReadBufferSize);
-    if (m_reply->isFinished()) {
-        if (m_reply->error() == QNetworkReply::NoError)
-            onFinished();
-        else
-            onNetworkError(m_reply->error());
-        return;
-    }
+    if (m_reply->isFinished())
+        return m_reply->error() == QNetworkReply::NoError ? onFinished()
+                                                          : onNetworkError(m_reply->error());
     connect(m_reply, &QNetworkReply::readyRead, this, &HttpTask::onReadyRead);
     connect(m_reply, &QNetworkReply::finished, this, &HttpTask::onFinished);
     connect(m_reply, &QNetworkReply::errorOccurred, this, &HttpTask::onNetworkError);
+    connect(m_reply, &QNetworkReply::sslErrors, this,
+            [this](const QList<QSslError> &errors) { m_untrusted = untrusted(errors); });
+}
+
+bool HttpTask::followRedirect()
+{
+    const Redirect redirect =
+        Redirect::of(*m_reply, m_access, m_access.streamRedirects, m_redirects);
+    if (!redirect.refusal.isEmpty()) {
+        // Another mirror may do better; with nothing to lose, the person is better told.
+        endRefused(m_record.download_bytes > 0 ? qint32(QNetworkReply::InsecureRedirectError)
+                                               : qint32(RedirectRefused),
+                   redirect.refusal);
+        return true;
+    }
+    if (!redirect.follow)
+        return false;
+    releaseReply(m_reply, this);
+    ask(redirect.to, m_redirects + 1);
+    return true;
 }
 
 int HttpTask::openSource()
@@ -150,8 +177,7 @@ void HttpTask::endWithSourceError()
 {
     const QString refusal = m_source.refusal();
     if (!refusal.isEmpty()) {
-        LogFile::instance()->write(QStringLiteral("Download:"),
-                                   QStringLiteral("Failed(%1)").arg(refusal));
+        logFailure(refusal);
         // Nothing is wrong with what is here; it goes on when there is room.
         m_record.keepsSource = m_record.download_bytes > 0;
     }
@@ -160,10 +186,12 @@ void HttpTask::endWithSourceError()
 
 void HttpTask::judgeAnswer()
 {
+    if (followRedirect())
+        return;
     const AnswerHead head = headOf(*m_reply);
     const StreamAnswer answer =
         StreamAnswer::to({m_resumeFrom, m_record.download_bytes, m_record.total_bytes,
-                          m_record.validator.text().toLatin1()},
+                          m_record.validator.text().toLatin1(), m_access.pagesRefused},
                          head);
     switch (answer.kind) {
     case StreamAnswer::Append:
@@ -192,9 +220,7 @@ void HttpTask::judgeAnswer()
         endWell();
         break;
     case StreamAnswer::Short:
-        LogFile::instance()->write(
-            QStringLiteral("Download:"),
-            QStringLiteral("Failed(Content-Encoding %1)").arg(QString::fromLatin1(head.encoding)));
+        logFailure(QStringLiteral("Content-Encoding ") + QString::fromLatin1(head.encoding));
         endWell();
         break;
     case StreamAnswer::Fail:
@@ -262,7 +288,7 @@ void HttpTask::onFinished()
         return; // the error slot has it
     if (m_reply->bytesAvailable() > 0)
         onReadyRead(); // what arrived together with the end
-    else if (m_body == Body::Undecided && m_record.download_bytes > 0)
+    else if (m_body == Body::Undecided && !followRedirect() && m_record.download_bytes > 0)
         judgeAnswer(); // one without a body must not cost what is here either
     if (!m_ended && m_reply && m_reply->isFinished())
         endWell();
@@ -282,13 +308,23 @@ void HttpTask::onNetworkError(QNetworkReply::NetworkError code)
     // The time-out of the network layer looks like an abort, which a job ignores.
     if (code == QNetworkReply::OperationCanceledError)
         code = QNetworkReply::TimeoutError;
-    endWith(code);
+    // One that is not trusted now may be on the network at home, or once the clock is right.
+    if (!m_untrusted.isEmpty())
+        endRefused(code, m_untrusted);
+    else
+        endWith(code);
 }
 
 void HttpTask::stopTransfer()
 {
     m_ended = true;
     releaseReply(m_reply, this);
+}
+
+void HttpTask::endRefused(qint32 error, const QString &reason)
+{
+    logFailure(reason);
+    endWith(error);
 }
 
 void HttpTask::endWell()

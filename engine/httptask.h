@@ -1,5 +1,6 @@
 #pragma once
 
+#include "siteaccess.h"
 #include "sourcefile.h"
 #include "streamanswer.h"
 
@@ -10,7 +11,7 @@
 #include <functional>
 
 class JobRecord;
-class QNetworkAccessManager;
+class NetworkAccess;
 
 // Moves the bytes of one job's stream into its source file. Everything runs on the transfer thread
 // that built the task. An attempt says its end once, by sigFinished or sigError.
@@ -20,10 +21,11 @@ class HttpTask final : public QObject
     Q_DISABLE_COPY(HttpTask)
 
 public:
-    // record: not owned, outlives the task. outputFolder ends with a separator. stallTimeout:
-    // milliseconds without a byte. renewAddress is called for an address of another day.
-    HttpTask(JobRecord &record, const QString &outputFolder, int stallTimeout,
-             std::function<void()> renewAddress);
+    // record: not owned, outlives the task. access: of its page. outputFolder ends with a
+    // separator. stallTimeout: milliseconds without a byte. renewAddress is called for an address
+    // of another day.
+    HttpTask(JobRecord &record, const SiteAccess &access, const QString &outputFolder,
+             int stallTimeout, std::function<void()> renewAddress);
 
     bool prepareCookies(); // true when the job's page gave any
     void startRequest();
@@ -55,21 +57,27 @@ private:
     };
 
     bool prepareResume(); // false: the attempt has ended
-    void sendRequest();
+    void sendRequest();   // from the stream's own address, however an earlier one was redirected
+    void ask(const QUrl &address, int redirects); // that led to the address
+    bool followRedirect(); // true: the answer was one; another request is under way, or the end
     void endWithSourceError();
     void judgeAnswer(); // by its head; decides about the body, ends the attempt or asks again
     void beginSource(const AnswerHead &head, qint64 total);
     void storeAvailable();
+    void endRefused(qint32 error, const QString &reason); // with the reason in the log
     void endWell();
     void endWith(qint32 error);
 
     JobRecord &m_record;
+    const SiteAccess m_access;
     QString m_outputFolder;
     int m_stallTimeout;
     std::function<void()> m_renewAddress;
     SourceFile m_source;
     QNetworkReply *m_reply = nullptr; // released with deleteLater
-    QNetworkAccessManager *m_manager; // child
+    NetworkAccess *m_manager;         // child
+    int m_redirects = 0;              // that led to the reply
+    QString m_untrusted;              // why the certificate of the server in question is not
     qint64 m_bytesReceived = 0;
     qint64 m_resumeFrom = 0; // offset asked for; 0: the whole stream
     Body m_body = Body::Undecided;

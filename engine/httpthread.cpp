@@ -12,6 +12,7 @@ HttpThread::HttpThread(HttpJob *job, const QString &outputFolder, int stallTimeo
     , m_stallTimeout(stallTimeout)
     , m_scripts(job->surroundings().scripts)
     , m_profiles(job->surroundings().profiles)
+    , m_access(siteAccess(m_record.page, job->surroundings().secureHosts))
 {
 }
 
@@ -44,8 +45,8 @@ void HttpThread::abandon()
 
 void HttpThread::run()
 {
-    HttpTask task(m_record, m_outputFolder, m_stallTimeout,
-                  [this] { m_record.refreshVideoUrl(m_scripts, m_profiles); });
+    HttpTask task(m_record, m_access, m_outputFolder, m_stallTimeout,
+                  [this] { m_record.refreshVideoUrl(m_scripts, m_profiles, m_access); });
     connect(&task, &HttpTask::sigError, this, &QThread::quit);
     connect(&task, &HttpTask::sigFinished, this, &QThread::quit);
     // This object lives on the user-interface thread, hence queued to it.

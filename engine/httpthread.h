@@ -1,5 +1,7 @@
 #pragma once
 
+#include "siteaccess.h"
+
 #include <QString>
 #include <QThread>
 
@@ -39,4 +41,5 @@ private:
     int m_stallTimeout;
     const CJSLib &m_scripts;
     const OutputProfileManager &m_profiles;
+    const SiteAccess m_access;
 };

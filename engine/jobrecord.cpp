@@ -78,7 +78,8 @@ bool JobRecord::deleteFiles() const
     return jobfiles::removeAll(*this);
 }
 
-void JobRecord::refreshVideoUrl(const CJSLib &scripts, const OutputProfileManager &profiles)
+void JobRecord::refreshVideoUrl(const CJSLib &scripts, const OutputProfileManager &profiles,
+                                const SiteAccess &access)
 {
-    renewAddress(*this, scripts, profiles);
+    renewAddress(*this, scripts, profiles, access);
 }

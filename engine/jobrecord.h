@@ -8,6 +8,7 @@ class CJSLib;
 class JobRow;
 class OutputProfileManager;
 class QSqlQuery;
+struct SiteAccess;
 
 // The data of one job, and by which names the rest of the engine asks for what is done with it: how
 // it is stored (JobRow), its files (jobfiles) and the renewal of its address. User-interface
@@ -25,5 +26,6 @@ public:
     bool finalizeOutput(bool deleteSource);
     bool removePartialFiles();
     bool deleteFiles() const;
-    void refreshVideoUrl(const CJSLib &scripts, const OutputProfileManager &profiles);
+    void refreshVideoUrl(const CJSLib &scripts, const OutputProfileManager &profiles,
+                         const SiteAccess &access);
 };

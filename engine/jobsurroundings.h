@@ -1,5 +1,7 @@
 #pragma once
 
+#include "securehosts.h"
+
 class CJSLib;
 class Options;
 class OutputProfileManager;
@@ -21,4 +23,5 @@ struct JobSurroundings
     OutputProfileManager &profiles;
     const CJSLib &scripts;
     RetryDelays delays;
+    SecureHosts secureHosts = {};
 };

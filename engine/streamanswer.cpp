@@ -67,6 +67,8 @@ StreamAnswer StreamAnswer::to(const StreamQuestion &question, const AnswerHead &
         return notNow;
     if (packed)
         return {Short};
+    if (question.pagesRefused && isPageType(head.contentType))
+        return {Fail, -1, HtmlInsteadOfVideo};
 
     if (resumed && head.status == 206) {
         if (head.range.first != question.offset || !sameFile)

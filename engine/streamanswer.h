@@ -28,6 +28,7 @@ struct StreamQuestion
     qint64 held = 0;           // bytes in the source file
     qint64 total = -1;         // bytes of the whole stream, -1 when unknown
     QByteArray validator = {}; // of the stream that is held; empty when unknown
+    bool pagesRefused = false; // see SiteAccess
 };
 
 // What to do about an answer. Told from its head alone, before a byte of the file is touched.

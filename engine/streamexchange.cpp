@@ -1,28 +1,38 @@
 #include "streamexchange.h"
 
 #include "jobrecord.h"
+#include "siteaccess.h"
+#include "trace.h"
 
 #include <QNetworkReply>
 #include <QUrl>
 
-QNetworkRequest streamRequest(const JobRecord &record, qint64 offset, int stallTimeout)
+QNetworkRequest streamRequest(const JobRecord &record, const SiteAccess &access,
+                              const QUrl &address, qint64 offset, int stallTimeout)
 {
-    QNetworkRequest request(QUrl(record.video_url));
+    QNetworkRequest request(address);
     request.setTransferTimeout(stallTimeout);
-    // Cookies of an earlier answer of this attempt must not take the place of the page's.
-    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
-    request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
+    if (!access.cookiesByHost) {
+        // Cookies of an earlier answer of this attempt must not take the place of the page's.
+        request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
+        request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
+        request.setRawHeader("Cookie", record.video_cookies.text().toLatin1());
+    }
     // Anything else would be unpacked on the way, and no offset of the file would be true.
     request.setRawHeader("Accept-Encoding", "identity");
-    if (!record.video_usser_agent.isEmpty())
-        request.setRawHeader("User-Agent", record.video_usser_agent.toLatin1());
-    request.setRawHeader("Cookie", record.video_cookies.text().toLatin1());
+    const QByteArray agent =
+        record.video_usser_agent.isEmpty() ? access.userAgent : record.video_usser_agent.toLatin1();
+    if (!agent.isEmpty())
+        request.setRawHeader("User-Agent", agent);
     if (offset > 0)
         request.setRawHeader("Range", "bytes=" + QByteArray::number(offset) + '-');
     // The rest of another version would spoil what is here; the whole of it comes instead.
     const QString validator = record.validator;
     if (offset > 0 && !validator.isEmpty())
         request.setRawHeader("If-Range", validator.toLatin1());
+    TRACE() << "request:" << address.toString();
+    for (const QByteArray &name : request.rawHeaderList())
+        TRACE() << name << request.rawHeader(name);
     return request;
 }
 

@@ -1,9 +1,10 @@
 #include "newdownload.h"
 
+#include "appinfo.h"
 #include "downloadermanager.h"
 #include "joblists.h"
 #include "logfile.h"
-#include "texts.h"
+#include "siteaccess.h"
 #include "trace.h"
 
 NewDownload::NewDownload(const NewDownloadSurroundings &surroundings, DownloaderManager *manager,
@@ -30,7 +31,7 @@ void NewDownload::run(const QString &url)
 
 void NewDownload::addJob(VideoInfo info)
 {
-    info.pageUrl = ensurePrefix(info.pageUrl, QStringLiteral("http://"));
+    info.pageUrl = siteAccess(info.pageUrl, m_surroundings.info.secureHosts).address;
     const VideoStream stream = info.streams.value(info.selectedStream);
     const auto log = [](const QString &tag, const QString &text) {
         TRACE() << tag << text;

@@ -6,6 +6,7 @@
 #include "downloadermanager.h"
 #include "logfile.h"
 #include "messagebox.h"
+#include "networkaccess.h"
 #include "options.h"
 #include "outputprofilemanager.h"
 #include "webdatabase.h"
@@ -80,18 +81,33 @@ void updateScripts(Options &options, const AppInfo &info)
     dialog.exec();
 }
 
+// What all other stores are made with. The log tells from here on.
+static Options &loadSettings(AppInfo &info)
+{
+    Options &options = *Options::instance();
+    options.load();
+    if (options.enableLogging)
+        LogFile::instance()->open();
+    if (options.secureHosts)
+        info.secureHosts = SecureHosts::fromText(*options.secureHosts);
+    if (!info.secureHosts.odd.isEmpty())
+        LogFile::instance()->write(QStringLiteral("Failed:"),
+                                   QStringLiteral("No host names: %1")
+                                       .arg(info.secureHosts.odd.join(QStringLiteral(", "))));
+    if (!info.certificateFile.isEmpty())
+        trustCertificatesOf(info.certificateFile);
+    return options;
+}
+
 Stores::Stores()
     : info(*AppInfo::instance())
-    , options(*Options::instance())
+    , options(loadSettings(info))
     , scripts(*CJSLib::instance())
     , profiles(*OutputProfileManager::instance())
     , manager(*DownloaderManager::instance())
     , database(*WebDatabase::instance())
     , saver(manager, database)
 {
-    options.load();
-    if (options.enableLogging)
-        LogFile::instance()->open();
 }
 
 // The manager first of all: its jobs work with all others.
