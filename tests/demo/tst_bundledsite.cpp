@@ -88,6 +88,28 @@ private slots:
                  "$Error:not playable: Video unavailable"_q);
     }
 
+    // A page whose form its reader does not know, or with an address that leads nowhere.
+    void everyPageOfOtherSitesIsRead()
+    {
+        const QString index = HttpGet().get(QUrl(m_site.url()));
+        auto pages = QRegularExpression("href=\"([^\"]*/pages/[^\"]*)"_q).globalMatch(index);
+        QVERIFY(pages.hasNext());
+        while (pages.hasNext()) {
+            const QString page = pages.next().captured(1);
+            const VideoInfo info = parsed(siteScripts.first(), HttpGet().get(QUrl(page)).toUtf8());
+            const QVector<VideoStream> streams = PageAnalysis::splitStreams(info.streamText);
+            QVERIFY2(!streams.isEmpty() && !info.title.isEmpty(), qPrintable(page));
+            for (const VideoStream &stream : streams) {
+                QNetworkAccessManager network;
+                const auto *reply = network.head(QNetworkRequest(QUrl(stream.videoAddress)));
+                QSignalSpy finished(reply, &QNetworkReply::finished);
+                QVERIFY(finished.wait());
+                const QString type = reply->header(QNetworkRequest::ContentTypeHeader).toString();
+                QCOMPARE(type, "video/"_q + stream.type);
+            }
+        }
+    }
+
     void damagedPagesAreErrors()
     {
         const QByteArray deep(1000000, '[');
