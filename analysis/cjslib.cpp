@@ -78,11 +78,11 @@ public:
         end.path = path;
         end.nothing = value.isUndefined() || value.isNull();
         noteException(&end);
-        const QString text = textOf(value);
+        end.text = textOf(value);
         noteException(&end);
         if (m_talk.ended)
             m_talk.ended(end);
-        return text;
+        return end.text;
     }
 
 private:

@@ -19,6 +19,7 @@ struct SiteScript
 struct ScriptEnd
 {
     QString path;
+    QString text;         // what it gave
     bool nothing = false; // the last statement gave undefined or null
     bool thrown = false;  // what was thrown, and not caught, takes the place of the value
     QString thrownIn;     // the file that threw, and the line of it

@@ -26,13 +26,17 @@ bool staysInFolder(const QString &name)
 
 // The document's nodes are made and deleted by recursion: one that is nested deeply enough would
 // end the program, at each of its starts.
-bool isShallow(const QByteArray &xml)
+bool isShallow(const QByteArray &xml, int *line, QString *error)
 {
     constexpr int deepest = 100;
     QXmlStreamReader reader(xml);
     reader.setNamespaceProcessing(false); // the document does not look at them either
-    for (int depth = 0; !reader.atEnd() && depth <= deepest; reader.readNext())
+    int depth = 0;
+    for (; !reader.atEnd() && depth <= deepest; reader.readNext())
         depth += int(reader.isStartElement()) - int(reader.isEndElement());
+    *line = int(reader.lineNumber());
+    *error = depth > deepest ? QStringLiteral("nested deeper than %1 elements").arg(deepest)
+                             : reader.errorString();
     return reader.atEnd() && !reader.hasError();
 }
 } // namespace
@@ -40,15 +44,18 @@ bool isShallow(const QByteArray &xml)
 SiteProfile::Error SiteProfile::read(const QString &path)
 {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? read(file.readAll()) : CannotOpen;
+    return file.open(QIODevice::ReadOnly) ? read(file.readAll())
+                                          : fail(CannotOpen, 0, file.errorString());
 }
 
 SiteProfile::Error SiteProfile::read(const QByteArray &xml)
 {
     *this = SiteProfile();
     QDomDocument document;
-    if (!isShallow(xml) || !document.setContent(xml))
-        return NotWellFormed;
+    int line = 0;
+    QString error;
+    if (!isShallow(xml, &line, &error) || !document.setContent(xml, &error, &line))
+        return fail(NotWellFormed, line, QStringLiteral("not well-formed, ") + error);
     bool serverRead = false;
     const QDomNode root = document.documentElement();
     for (QDomNode node = root.firstChild(); !node.isNull(); node = node.nextSibling()) {
@@ -62,7 +69,13 @@ SiteProfile::Error SiteProfile::read(const QByteArray &xml)
         if (error != NoError)
             return error;
     }
-    return serverRead ? NoError : NoServer;
+    return serverRead ? NoError : fail(NoServer, 0, QStringLiteral("no js element"));
+}
+
+SiteProfile::Error SiteProfile::fail(Error error, int line, const QString &text)
+{
+    m_errorText = line > 0 ? QStringLiteral("line %1: %2").arg(line).arg(text) : text;
+    return error;
 }
 
 int SiteProfile::load(const QString &path)
@@ -78,7 +91,8 @@ SiteProfile::Error SiteProfile::readServer(const QDomNode &node)
     if (!getAttribute(node, QStringLiteral("version"), &versionText) ||
         !getAttribute(node, QStringLiteral("size"), &sizeText) ||
         !getAttribute(node, QStringLiteral("path"), &serverPath))
-        return AttributeMissing;
+        return fail(AttributeMissing, node.lineNumber(),
+                    QStringLiteral("js lacks version, size or path"));
     version = versionText.toInt();
     size = sizeText.toInt();
     return NoError;
@@ -91,26 +105,32 @@ SiteProfile::Error SiteProfile::readSites(const QDomNode &node)
         if (error != NoError)
             return error;
     }
-    return domains.isEmpty() ? InvalidDomain : NoError;
+    return domains.isEmpty()
+               ? fail(InvalidDomain, node.lineNumber(), QStringLiteral("sites without a domain"))
+               : NoError;
 }
 
 SiteProfile::Error SiteProfile::readDomain(const QDomNode &node)
 {
     SiteDomain domain;
     if (!getAttribute(node, QStringLiteral("name"), &domain.name))
-        return InvalidDomain;
+        return fail(InvalidDomain, node.lineNumber(), QStringLiteral("a domain without a name"));
     for (QDomNode child = node.firstChild(); !child.isNull(); child = child.nextSibling()) {
         ScriptFileEntry entry;
         if (!getAttribute(child, QStringLiteral("des"), &entry.description) ||
             !getAttribute(child, QStringLiteral("name"), &entry.name))
-            return InvalidDomain;
+            return fail(InvalidDomain, child.lineNumber(),
+                        QStringLiteral("a domain holds %1, which is no file with des and name")
+                            .arg(child.nodeName()));
         entry.name.remove(QLatin1Char(' '));
         if (!staysInFolder(entry.name))
-            return UnsafeName;
+            return fail(
+                UnsafeName, child.lineNumber(),
+                QStringLiteral("the name %1 would leave the script folder").arg(entry.name));
         domain.files.append(entry);
     }
     if (domain.files.isEmpty())
-        return InvalidDomain;
+        return fail(InvalidDomain, node.lineNumber(), QStringLiteral("a domain without a file"));
     domains.append(domain);
     return NoError;
 }

@@ -37,6 +37,8 @@ public:
     // Reads a manifest; the fields below are whole only without an error.
     Error read(const QString &path);
     Error read(const QByteArray &xml);
+    // Where the last reading found its error and what it is, for whoever writes a manifest.
+    const QString &errorText() const { return m_errorText; }
     // The same as one number: the version, which may be any, or the error. Who has to tell the two
     // apart asks read().
     int load(const QString &path);
@@ -55,7 +57,10 @@ public:
     QVector<SiteDomain> domains;
 
 private:
+    Error fail(Error error, int line, const QString &text);
     Error readServer(const QDomNode &node);
     Error readSites(const QDomNode &node);
     Error readDomain(const QDomNode &node);
+
+    QString m_errorText;
 };

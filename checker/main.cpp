@@ -1,3 +1,4 @@
+#include "manifestcheck.h"
 #include "names.h"
 #include "report.h"
 #include "scriptcheck.h"
@@ -40,6 +41,15 @@ int checkScript(const QString &script, const QString &page, const QString &addre
     if (!profiles.load())
         return refuse(QStringLiteral("Profiles.xml beside the program cannot be read"));
     return ScriptCheck(script, limit).run(bytes, address, profiles) ? Good : Failed;
+}
+
+int checkManifest(const QString &folder)
+{
+    if (!QFileInfo(folder).isDir())
+        return refuse(QStringLiteral("there is no folder %1").arg(folder));
+    if (!QFileInfo::exists(folder + QStringLiteral("/Profile.xml")))
+        return refuse(QStringLiteral("there is no Profile.xml in %1").arg(folder));
+    return ManifestCheck(folder).run() ? Good : Failed;
 }
 
 // A script may bring down the engine, or hold it where nothing can end it: the run has a process of
@@ -123,7 +133,7 @@ int main(int argc, char **argv)
         return refuse(QStringLiteral("%1 is no address of a page").arg(address));
 
     if (parser.isSet(manifestOption))
-        return refuse(QStringLiteral("not yet"));
+        return checkManifest(parser.value(manifestOption));
     if (parser.isSet(hereOption))
         return checkScript(files.at(0), files.at(1), address, limit);
     arguments[0] = QStringLiteral("--here");

@@ -22,6 +22,11 @@ void Report::detail(const QString &text)
     write(stdout, QStringLiteral("    ") + text);
 }
 
+void Report::note(const QString &text)
+{
+    write(stdout, QStringLiteral("note: ") + text);
+}
+
 void Report::problem(const QString &text)
 {
     m_failed = true;

@@ -9,6 +9,7 @@ class Report final
 public:
     void line(const QString &text);
     void detail(const QString &text); // belongs to the line before it
+    void note(const QString &text);   // worth a look, but nothing is wrong
     // What has to be mended: the check has failed.
     void problem(const QString &text);
     bool failed() const { return m_failed; }

@@ -29,8 +29,12 @@ bool ScriptCheck::run(const QByteArray &page, const QString &address,
         QStringLiteral("page: %1 bytes, %2 characters").arg(page.size()).arg(text.size()));
     tellName(address);
     const VideoInfo info = runScripts(text, address);
-    if (m_over)
+    if (m_over) {
+        m_report.problem(QStringLiteral("%1 did not end within %2 s and was ended")
+                             .arg(m_present)
+                             .arg(double(m_limit) / 1000));
         return false;
+    }
     tellStreams(info.streamText, profiles);
     tellTexts(info);
     return !m_report.failed();
@@ -42,8 +46,8 @@ void ScriptCheck::tellName(const QString &address)
     const QString problem = nameProblem(name);
     const QString host = QUrl(ensurePrefix(address, QStringLiteral("http://"))).host();
     if (!problem.isEmpty())
-        m_report.problem(shown(name) + QStringLiteral(": ") + problem);
-    else if (!address.isEmpty() && !host.contains(name))
+        m_report.note(shown(name) + QStringLiteral(": ") + problem);
+    if (!address.isEmpty() && !host.contains(name))
         m_report.problem(QStringLiteral("the script is not for this page: \"%1\" is not in \"%2\"")
                              .arg(name, host));
 }
@@ -61,13 +65,14 @@ VideoInfo ScriptCheck::runScripts(const QString &pageText, const QString &addres
 
 void ScriptCheck::tellBegin(const QString &path)
 {
-    m_report.line(QStringLiteral("run %1").arg(QFileInfo(path).fileName()));
+    m_present = QFileInfo(path).fileName();
+    m_report.line(QStringLiteral("run ") + m_present);
     QString why;
     const QByteArray bytes = readUsable(path, &why);
     if (!why.isEmpty())
         m_report.detail(why);
     if (const int line = lineBeyondAscii(bytes))
-        m_report.detail(
+        m_report.note(
             QStringLiteral("line %1 is not ASCII: it reads differently elsewhere").arg(line));
     m_sinceBegin.start();
 }
@@ -76,14 +81,12 @@ void ScriptCheck::tellEnd(const ScriptEnd &end)
 {
     const qint64 milliseconds = m_sinceBegin.elapsed();
     if (m_over)
-        return m_report.problem(QStringLiteral("%1 did not end within %2 s and was ended")
-                                    .arg(QFileInfo(end.path).fileName())
-                                    .arg(double(m_limit) / 1000));
+        return; // what it threw is our end of it
     m_report.detail(QStringLiteral("took %1 ms").arg(milliseconds));
     if (end.thrown)
-        m_report.problem(QStringLiteral("an exception in %1, line %2")
-                             .arg(QFileInfo(end.thrownIn).fileName())
-                             .arg(end.thrownAt));
+        m_report.problem(QStringLiteral("an exception in %1, line %2: %3")
+                             .arg(QFileInfo(end.thrownIn).fileName(), QString::number(end.thrownAt),
+                                  shown(end.text)));
     const bool given = !end.thrown && !end.nothing;
     if (end.path == m_scriptPath)
         m_streamsGiven = given;
@@ -110,7 +113,7 @@ bool ScriptCheck::isOver()
 void ScriptCheck::tellStreams(const QString &streamText, const OutputProfileManager &profiles)
 {
     if (!m_streamsGiven)
-        return m_report.problem(QStringLiteral("no list of streams: ") + shown(streamText));
+        return m_report.problem(QStringLiteral("there is no list of streams"));
     if (streamText.startsWith(errorMark))
         return m_report.problem(QStringLiteral("the script finds no video: ") +
                                 shown(streamText.mid(errorMark.size())));

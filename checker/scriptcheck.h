@@ -37,7 +37,8 @@ private:
     const qint64 m_limit;
     Report m_report;
     QElapsedTimer m_sinceStart;
-    QElapsedTimer m_sinceBegin; // of the present file
+    QString m_present; // the name of the file that runs
+    QElapsedTimer m_sinceBegin;
     int m_alerts = 0;
     bool m_over = false;
     bool m_streamsGiven = false; // by a script that ended well

@@ -56,9 +56,9 @@ void StreamTable::tellStream(const QString &number, const VideoStream &stream)
                                       shown(stream.extra), shown(stream.type), shown(address)));
     const FrameSize size = splitSize(stream.dimension);
     if (size.width <= 0 || size.height <= 0)
-        m_report.detail(QStringLiteral("  no quality setting knows its size"));
+        m_report.note(QStringLiteral("no quality setting knows its size"));
     if (!stream.type.contains(QLatin1String("mp4")) && !stream.type.contains(QLatin1String("flv")))
-        m_report.detail(QStringLiteral("  no quality setting looks at a type without mp4 or flv"));
+        m_report.note(QStringLiteral("no quality setting looks at a type without mp4 or flv"));
     if (stream.videoAddress.startsWith(QLatin1String("http://https:")) ||
         QUrl(address).host().isEmpty())
         m_report.problem(QStringLiteral("record %1cannot be fetched from its address").arg(number));

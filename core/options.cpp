@@ -110,7 +110,7 @@ bool Options::load()
         readFlag(m_settings, QStringLiteral("Shut Down When All Finished"), false);
     trayNotifyDuration = readNumber(m_settings, QStringLiteral("Tray Notify Duration"), 5);
     showMainFrame = readFlag(m_settings, QStringLiteral("Show Main Frame"), true);
-    jsVersion = readNumber(m_settings, QStringLiteral("JS Version"), 100);
+    jsVersion = readNumber(m_settings, QStringLiteral("JS Version"), firstJsVersion);
 
     jsPath = readText(m_settings, QStringLiteral("JS Path"));
     if (jsPath.isEmpty())

@@ -50,6 +50,7 @@ public:
     bool shutDownWhenAllFinished = false;
     int trayNotifyDuration = 0; // seconds
     bool showMainFrame = false;
+    static constexpr int firstJsVersion = 100; // of an installation without any update
     int jsVersion = -1;
     QString jsPath; // ends with the native separator
     bool firstCloseMainFrame = false;
