@@ -3,15 +3,17 @@
 #include "report.h"
 #include "scriptcheck.h"
 
+#include "appinfo.h"
 #include "options.h"
 #include "outputprofilemanager.h"
-#include "texts.h"
+#include "siteaccess.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QProcess>
+#include <QUrl>
 
 #include <cstdio>
 
@@ -29,6 +31,14 @@ int refuse(const QString &text)
 
 int checkScript(const QString &script, const QString &page, const QString &address, qint64 limit)
 {
+    const SecureHosts secureHosts = AppInfo().secureHosts;
+    const SiteAccess access = siteAccess(address, secureHosts);
+    if (address.startsWith(QLatin1String("https://")) && !secureHosts.cover(address))
+        return refuse(QStringLiteral("no https for %1: the secure hosts are %2")
+                          .arg(QUrl(address).host(), secureHosts.names.join(QLatin1Char(','))));
+    if (!address.isEmpty() &&
+        (!access.looksRight(address) || QUrl(access.address).host().isEmpty()))
+        return refuse(QStringLiteral("%1 is no address of a page").arg(address));
     QString why;
     readUsable(script, &why);
     if (!why.isEmpty())
@@ -40,7 +50,7 @@ int checkScript(const QString &script, const QString &page, const QString &addre
     OutputProfileManager profiles(options);
     if (!profiles.load())
         return refuse(QStringLiteral("Profiles.xml beside the program cannot be read"));
-    return ScriptCheck(script, limit).run(bytes, address, profiles) ? Good : Failed;
+    return ScriptCheck(script, limit).run(bytes, access, profiles) ? Good : Failed;
 }
 
 int checkManifest(const QString &folder)
@@ -129,8 +139,6 @@ int main(int argc, char **argv)
     const qint64 limit = parser.value(limitOption).toUInt(&limitOk);
     if (!limitOk || files.size() != (parser.isSet(manifestOption) ? 0 : 2))
         return refuse(QStringLiteral("wrong arguments, see --help"));
-    if (parser.isSet(urlOption) && !isUrl(address))
-        return refuse(QStringLiteral("%1 is no address of a page").arg(address));
 
     if (parser.isSet(manifestOption))
         return checkManifest(parser.value(manifestOption));

@@ -100,9 +100,7 @@ void ManifestCheck::tellName(const QString &name, const CJSLib &scripts)
     const QString file = QFileInfo(name).fileName();
     const QString problem = nameProblem(file);
     const SiteScript *first = scripts.matchHost(file);
-    if (isTemplate(file))
-        m_report.note(start + QStringLiteral("reads nothing until it is given a host's name"));
-    else if (!problem.isEmpty())
+    if (!problem.isEmpty())
         m_report.problem(start + problem);
     else if (first && first->name != file)
         m_report.problem(

@@ -31,11 +31,6 @@ QString nameProblem(const QString &name)
     return QString();
 }
 
-bool isTemplate(const QString &name)
-{
-    return name != name.toLower() && !name.contains(QLatin1Char('.'));
-}
-
 int lineBeyondAscii(const QByteArray &bytes)
 {
     const auto found =

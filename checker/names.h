@@ -14,9 +14,6 @@ QString scriptOfCompanion(const QString &name);
 // Why no page's host could ever hold this name of a script; empty when one could.
 QString nameProblem(const QString &name);
 
-// True for a name with a capital letter and without a dot: it is there to be copied under a host's.
-bool isTemplate(const QString &name);
-
 // The first line, from 1, that has a byte beyond ASCII; 0: none has.
 int lineBeyondAscii(const QByteArray &bytes);
 

@@ -5,7 +5,6 @@
 #include "outputprofilemanager.h"
 #include "pagetext.h"
 #include "streamtable.h"
-#include "texts.h"
 
 #include <QFileInfo>
 #include <QUrl>
@@ -21,33 +20,33 @@ ScriptCheck::ScriptCheck(const QString &scriptPath, qint64 limit)
 {
 }
 
-bool ScriptCheck::run(const QByteArray &page, const QString &address,
+bool ScriptCheck::run(const QByteArray &page, const SiteAccess &access,
                       const OutputProfileManager &profiles)
 {
-    const QString text = decodePage(page, address);
+    const QString text = decodePage(page, access.page);
     m_report.line(
         QStringLiteral("page: %1 bytes, %2 characters").arg(page.size()).arg(text.size()));
-    tellName(address);
-    const VideoInfo info = runScripts(text, address);
+    tellName(access);
+    const VideoInfo info = runScripts(text, access.page);
     if (m_over) {
         m_report.problem(QStringLiteral("%1 did not end within %2 s and was ended")
                              .arg(m_present)
                              .arg(double(m_limit) / 1000));
         return false;
     }
-    tellStreams(info.streamText, profiles);
+    tellStreams(info.streamText, access, profiles);
     tellTexts(info);
     return !m_report.failed();
 }
 
-void ScriptCheck::tellName(const QString &address)
+void ScriptCheck::tellName(const SiteAccess &access)
 {
     const QString name = QFileInfo(m_scriptPath).fileName();
     const QString problem = nameProblem(name);
-    const QString host = QUrl(ensurePrefix(address, QStringLiteral("http://"))).host();
+    const QString host = QUrl(access.address).host();
     if (!problem.isEmpty())
         m_report.note(shown(name) + QStringLiteral(": ") + problem);
-    if (!address.isEmpty() && !host.contains(name))
+    if (!access.page.isEmpty() && !host.contains(name))
         m_report.problem(QStringLiteral("the script is not for this page: \"%1\" is not in \"%2\"")
                              .arg(name, host));
 }
@@ -110,7 +109,8 @@ bool ScriptCheck::isOver()
     return m_over;
 }
 
-void ScriptCheck::tellStreams(const QString &streamText, const OutputProfileManager &profiles)
+void ScriptCheck::tellStreams(const QString &streamText, const SiteAccess &access,
+                              const OutputProfileManager &profiles)
 {
     if (!m_streamsGiven)
         return m_report.problem(QStringLiteral("there is no list of streams"));
@@ -119,7 +119,7 @@ void ScriptCheck::tellStreams(const QString &streamText, const OutputProfileMana
                                 shown(streamText.mid(errorMark.size())));
     if (streamText.isEmpty())
         return m_report.problem(QStringLiteral("the script finds no video and does not say why"));
-    StreamTable table(m_report);
+    StreamTable table(m_report, access);
     table.read(streamText);
     if (table.isEmpty())
         m_report.problem(QStringLiteral("no record can be used"));

@@ -9,6 +9,7 @@
 #include <QString>
 
 class OutputProfileManager;
+struct SiteAccess;
 
 // One run of a site's files over a saved page, told as it goes. It ends itself after the limit, but
 // not while a single built-in function is at work, and it may bring down the process: whoever runs
@@ -19,18 +20,20 @@ public:
     // limit: milliseconds for all files together.
     ScriptCheck(const QString &scriptPath, qint64 limit);
 
-    // address: of the page; empty when it is not known. True when the page gives a stream and a
+    // access: of the page, whose address may be empty. True when the page gives a stream and a
     // title and there is nothing to be mended.
-    bool run(const QByteArray &page, const QString &address, const OutputProfileManager &profiles);
+    bool run(const QByteArray &page, const SiteAccess &access,
+             const OutputProfileManager &profiles);
 
 private:
-    void tellName(const QString &address);
+    void tellName(const SiteAccess &access);
     VideoInfo runScripts(const QString &pageText, const QString &address);
     void tellBegin(const QString &path);
     void tellEnd(const ScriptEnd &end);
     void tellAlert(const QString &text);
     bool isOver();
-    void tellStreams(const QString &streamText, const OutputProfileManager &profiles);
+    void tellStreams(const QString &streamText, const SiteAccess &access,
+                     const OutputProfileManager &profiles);
     void tellTexts(const VideoInfo &info);
 
     const QString m_scriptPath;

@@ -12,7 +12,8 @@ class Report;
 class StreamTable final
 {
 public:
-    explicit StreamTable(Report &report);
+    // access: of the page.
+    StreamTable(Report &report, const SiteAccess &access);
 
     // What becomes of each record, counted from 1.
     void read(const QString &streamText);
@@ -22,9 +23,10 @@ public:
 
 private:
     void tell(int number, const StreamRecord &record);
-    void tellStream(const QString &number, const VideoStream &stream);
+    void tellStream(int number, const VideoStream &stream);
 
     Report &m_report;
+    const SiteAccess m_access;
     QVector<VideoStream> m_streams; // those that are kept
     QVector<int> m_numbers;         // of their records
 };
