@@ -3,8 +3,6 @@
 #include <cstdio>
 
 namespace {
-constexpr int longest = 300; // characters
-
 void write(std::FILE *file, const QString &text)
 {
     std::fprintf(file, "%s\n", text.toUtf8().constData());
@@ -33,7 +31,7 @@ void Report::problem(const QString &text)
     write(stdout, QStringLiteral("problem: ") + text);
 }
 
-QString shown(const QString &text)
+QString shown(const QString &text, int longest)
 {
     QString result;
     for (const QChar c : text.left(longest)) {

@@ -19,7 +19,7 @@ private:
 };
 
 // A text of a stranger's for one line: control characters escaped, cut when it is long.
-QString shown(const QString &text);
+QString shown(const QString &text, int longest = 300);
 
 // The reason why the program cannot do what it was told, on standard error.
 void complain(const QString &text);

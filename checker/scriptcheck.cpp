@@ -68,7 +68,8 @@ void ScriptCheck::tellBegin(const QString &path)
     m_report.line(QStringLiteral("run ") + m_present);
     QString why;
     const QByteArray bytes = readUsable(path, &why);
-    if (!why.isEmpty())
+    m_readable = why.isEmpty();
+    if (!m_readable)
         m_report.detail(why);
     if (const int line = lineBeyondAscii(bytes))
         m_report.note(
@@ -81,7 +82,8 @@ void ScriptCheck::tellEnd(const ScriptEnd &end)
     const qint64 milliseconds = m_sinceBegin.elapsed();
     if (m_over)
         return; // what it threw is our end of it
-    m_report.detail(QStringLiteral("took %1 ms").arg(milliseconds));
+    if (m_readable)
+        m_report.detail(QStringLiteral("took %1 ms").arg(milliseconds));
     if (end.thrown)
         m_report.problem(QStringLiteral("an exception in %1, line %2: %3")
                              .arg(QFileInfo(end.thrownIn).fileName(), QString::number(end.thrownAt),

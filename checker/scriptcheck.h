@@ -41,6 +41,7 @@ private:
     Report m_report;
     QElapsedTimer m_sinceStart;
     QString m_present; // the name of the file that runs
+    bool m_readable = false;
     QElapsedTimer m_sinceBegin;
     int m_alerts = 0;
     bool m_over = false;

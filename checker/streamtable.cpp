@@ -7,6 +7,8 @@
 #include <QUrl>
 
 namespace {
+constexpr int longestRecord = 4000; // characters that are shown
+
 QString reason(StreamRecord::Fate fate)
 {
     switch (fate) {
@@ -48,26 +50,27 @@ void StreamTable::read(const QString &streamText)
 
 void StreamTable::tell(int number, const StreamRecord &record)
 {
+    const bool kept =
+        record.fate == StreamRecord::Read && !PageAnalysis::isDuplicate(m_streams, record.stream);
+    QString fate = QStringLiteral("kept");
     if (record.fate != StreamRecord::Read)
-        m_report.detail(
-            QStringLiteral("%1 left out, %2: ").arg(QString::number(number), reason(record.fate)) +
-            shown(record.text));
-    else if (PageAnalysis::isDuplicate(m_streams, record.stream))
-        m_report.detail(QStringLiteral("%1 duplicate, size and address were there: ").arg(number) +
-                        shown(record.text));
-    else
-        tellStream(number, record.stream);
+        fate = QStringLiteral("left out, ") + reason(record.fate);
+    else if (!kept)
+        fate = QStringLiteral("duplicate, size and address were there");
+    m_report.detail(QStringLiteral("%1 %2: ").arg(QString::number(number), fate) +
+                    shown(record.text, longestRecord));
+    if (kept)
+        keep(number, record);
 }
 
-void StreamTable::tellStream(int number, const VideoStream &stream)
+void StreamTable::keep(int number, const StreamRecord &record)
 {
+    const VideoStream &stream = record.stream;
     m_streams.append(stream);
     m_numbers.append(number);
     const QString address = m_access.keptAddress(stream.videoAddress);
-    m_report.detail(QStringLiteral("%1 kept: %2, %3 s, \"%4\", %5: ")
-                        .arg(QString::number(number), shown(stream.dimension), shown(stream.length),
-                             shown(stream.extra), shown(stream.type)) +
-                    shown(address));
+    if (!record.text.endsWith(QLatin1Char('|') + address))
+        m_report.detail(QStringLiteral("  fetched from ") + shown(address, longestRecord));
     const FrameSize size = splitSize(stream.dimension);
     if (size.width <= 0 || size.height <= 0)
         m_report.note(QStringLiteral("no quality setting knows its size"));
@@ -82,9 +85,15 @@ void StreamTable::tellStream(int number, const VideoStream &stream)
 void StreamTable::tellQualities(const OutputProfileManager &profiles) const
 {
     const QVector<VideoQuality> &qualities = profiles.qualities();
+    QStringList names;
     for (int i = 0; i < qualities.size(); ++i) {
+        const int stream = profiles.matchQuality(m_streams, i);
+        names.append(qualities.at(i).display);
+        if (i + 1 < qualities.size() && profiles.matchQuality(m_streams, i + 1) == stream)
+            continue;
         m_report.line(QStringLiteral("quality %1: record %2")
-                          .arg(qualities.at(i).display)
-                          .arg(m_numbers.at(profiles.matchQuality(m_streams, i))));
+                          .arg(names.join(QStringLiteral(", ")))
+                          .arg(m_numbers.at(stream)));
+        names.clear();
     }
 }

@@ -23,7 +23,7 @@ public:
 
 private:
     void tell(int number, const StreamRecord &record);
-    void tellStream(int number, const VideoStream &stream);
+    void keep(int number, const StreamRecord &record);
 
     Report &m_report;
     const SiteAccess m_access;
