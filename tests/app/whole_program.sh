@@ -8,8 +8,11 @@ bin=$1
 . "$(dirname "$0")/../../scripts/desktop.sh"
 
 use_private_folders
-start_site 0 --media "$bin/demo-media" --rate 400000 || die "no site"
+make_certificate || die "no certificate"
+start_site 0 --media "$bin/demo-media" --rate 400000 --certificate "$certificate" --key "$key" \
+    --secure-port 0 --stream-port 0 || die "no site"
 export REELKEEPER_SITE_HOST=$site_host REELKEEPER_UPDATE_HOST=$site
+export REELKEEPER_SECURE_HOSTS=$site_host REELKEEPER_CA_FILE=$certificate
 start_display || die "no display"
 
 end_program() { # SIGNAL EXPECTED-CODE
@@ -50,6 +53,14 @@ window_shown
 wait_until 60 "the second job" state_is 2 3 || die "the resumed download did not finish"
 curl -s --fail -o "$scratch/stream" "$(job_field video_url 2)"
 cmp "$(job_field output_name 2)" "$scratch/stream"
+
+say "A copied https address becomes a finished file, wherever its stream is sent on to"
+download "https://$secure_site/pages/archive-org-play-av.html"
+wait_until 60 "the secure job" state_is 3 3 || die "the secure download did not finish"
+file=$(job_field output_name 3)
+[ "$(basename "$file")" = "Old Lock.mp4" ] || die "named $file"
+curl -s --fail --location --cacert "$certificate" -o "$scratch/stream" "$(job_field video_url 3)"
+cmp "$file" "$scratch/stream"
 
 say "./run that is ended takes the program with it, and waits for it"
 end_program INT 0
