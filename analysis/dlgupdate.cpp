@@ -6,6 +6,7 @@
 #include "logfile.h"
 #include "messagebox.h"
 #include "options.h"
+#include "shippedscripts.h"
 #include "simpledownload.h"
 #include "siteprofile.h"
 
@@ -34,13 +35,25 @@ void logFailure(const QString &text, const Failure &failure)
     log(text);
     log(QStringLiteral("file \"%1\", code %2.").arg(failure.file, QString::number(failure.code)));
 }
+
+void installShipped(const QString &folder, Options &options)
+{
+    const ShippedScripts::Result result = ShippedScripts(folder).putInto(options.jsPath);
+    if (!result.problem.isEmpty())
+        return log(QStringLiteral("shipped scripts not installed: ") + result.problem);
+    options.jsVersion = result.version;
+    options.save();
+    log(QStringLiteral("shipped version(%1) installed.").arg(result.version));
+}
 } // namespace
 
-QDlgUpdate::QDlgUpdate(Options &options, const QString &manifestAddress, QWidget *parent)
+QDlgUpdate::QDlgUpdate(Options &options, const QString &manifestAddress,
+                       const QString &shippedScripts, QWidget *parent)
     : QDialog(parent)
     , m_ui(std::make_unique<Ui::dlgUpdating>())
     , m_options(options)
     , m_manifestAddress(manifestAddress)
+    , m_shippedScripts(shippedScripts)
 {
     m_ui->setupUi(this);
     setWindowIcon(QIcon(QStringLiteral(":/png/GeneratedFiles/mainframe_mediu.png")));
@@ -85,6 +98,8 @@ void QDlgUpdate::Check()
     const QString address = m_manifestAddress;
     const QString directory = options.jsPath;
     const QString manifest = directory + QStringLiteral("Profile.xml");
+    const QString shipped = m_shippedScripts;
+    const bool shippedNeeded = !shipped.isEmpty() && ShippedScripts::isNeeded(directory);
     bool manifestFetched = false;
     Failure failure;
     const auto fetch = [&self, &failure](const QString &url, const QString &path) {
@@ -101,6 +116,8 @@ void QDlgUpdate::Check()
             log(text);
         else if (!closed) // what the person ended did not fail
             logFailure(text, failure);
+        if (!upToDate && shippedNeeded)
+            installShipped(shipped, options);
         if (!closed)
             self->Finished(upToDate ? 1 : 0);
     };

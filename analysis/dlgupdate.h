@@ -19,8 +19,10 @@ class QDlgUpdate final : public QDialog
 
 public:
     // The options, which outlive the check, say what is installed and where; the address is the
-    // manifest's.
-    QDlgUpdate(Options &options, const QString &manifestAddress, QWidget *parent = nullptr);
+    // manifest's. The shipped scripts are taken where there are no others and none can be fetched;
+    // without their folder nothing is.
+    QDlgUpdate(Options &options, const QString &manifestAddress,
+               const QString &shippedScripts = QString(), QWidget *parent = nullptr);
     ~QDlgUpdate() override;
 
 public slots:
@@ -34,5 +36,6 @@ private:
     std::unique_ptr<Ui::dlgUpdating> m_ui;
     Options &m_options;
     const QString m_manifestAddress;
+    const QString m_shippedScripts;
     bool m_closed = false;
 };

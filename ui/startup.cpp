@@ -75,7 +75,8 @@ static bool readJobs(WebDatabase &database, DownloaderManager &manager)
 
 void updateScripts(Options &options, const AppInfo &info)
 {
-    QDlgUpdate dialog(options, info.profileListUrl);
+    QDlgUpdate dialog(options, info.profileListUrl,
+                      QCoreApplication::applicationDirPath() + QStringLiteral("/site-scripts"));
     if (const QScreen *screen = QGuiApplication::primaryScreen())
         dialog.move(screen->availableGeometry().center() - dialog.rect().center());
     dialog.exec();

@@ -98,6 +98,48 @@ private slots:
         }
     }
 
+    // The server has nothing. What the program brings is put there as a whole or not at all.
+    void shippedScriptsFillAnEmptyFolder()
+    {
+        const QString shipped = m_sandbox.path("shipped"_q);
+        const QByteArray manifest = "<p><js version='7' size='12' path='http://h/'/><sites>"
+                                    "<domain name='d'><f des='' name='site.a'/>"
+                                    "<f des='' name='site.b'/></domain></sites></p>";
+        const struct
+        {
+            QByteArray manifest;
+            const char *there; // in the script folder before
+            const char *log;   // end of the last line
+        } cases[] = {
+            {manifest, nullptr, "Check update:shipped version(7) installed."},
+            {manifest, "Profile.xml", "Check update:shipped version(7) installed."},
+            {manifest, "own.org", "Profile.xml\", code 203."},
+            {manifest, "site.b_temp", "scripts/\" cannot be written."}, // a full disk
+            {QByteArray(manifest).replace("12", "13"), nullptr, " has 12 bytes instead of 13."},
+            {QByteArray(manifest).replace("e.b", "e.c"), nullptr, "site.c\" is missing or empty."},
+            {manifest.left(100), nullptr, "shipped/Profile.xml\", code -2."},
+        };
+        QVERIFY(writeFile(shipped + "/site.a"_q, "mine a") &&
+                writeFile(shipped + "/site.b"_q, "mine b"));
+        for (const auto &row : cases) {
+            init();
+            const QString folder = m_sandbox.scriptFolder();
+            QVERIFY(QDir(folder).removeRecursively() && QDir().mkpath(folder));
+            QVERIFY(writeFile(shipped + "/Profile.xml"_q, row.manifest));
+            if (row.there)
+                QVERIFY(QFile::link("/dev/full"_q, file(row.there)));
+            QCOMPARE(QDlgUpdate(m_options, manifestAddress(), shipped).exec(),
+                     int(QDialog::Rejected));
+            const QString log = m_sandbox.logLines().last();
+            QVERIFY2(log.endsWith(QLatin1String(row.log)), qPrintable(log));
+            const bool installed = log.contains("installed."_q);
+            m_options.load();
+            QCOMPARE(m_options.jsVersion, installed ? 7 : installedVersion);
+            QCOMPARE(readFile(file("site.a")) + readFile(file("site.b")),
+                     QByteArray(installed ? "mine amine b" : ""));
+        }
+    }
+
     void manifestsAreTold()
     {
         const QString path = m_sandbox.path("manifest"_q);
