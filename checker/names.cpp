@@ -26,7 +26,7 @@ QString nameProblem(const QString &name)
     if (name.contains(QLatin1Char('_')))
         return QStringLiteral("the name of a script has no _, which tells companions from scripts");
     if (!host.match(name).hasMatch())
-        return QStringLiteral("no host has this name in it: hosts are read in small letters, "
+        return QStringLiteral("no host has this name in it: a name is made of small letters, "
                               "digits, dots and hyphens");
     return QString();
 }
