@@ -11,14 +11,15 @@
 #include "outputprofilemanager.h"
 #include "simpledownload.h"
 #include "siteaccess.h"
+#include "texts.h"
 
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 
 namespace {
-constexpr qint64 size = 300000;
-constexpr qint64 half = 150000;
+constexpr qint64 size = 3000000; // more than the network layer may hold
+constexpr qint64 half = 1500000;
 const QByteArray agent = "Reelkeeper/1.0 (+https://www.quarnitek.example/reelkeeper/help)";
 } // namespace
 
@@ -123,7 +124,8 @@ private slots:
         m_secure.setResponse("/v", HttpResponse::redirect(mirrored("/page")));
         m_mirror.setResponse("/page", HttpResponse::text("1x1$9$$mp4|https://h/a%2520b||"
                                                          "2x2$9$$mp4|http://h/||"
-                                                         "3x3$9$$mp4|file:///etc/passwd"));
+                                                         "3x3$9$$mp4|file:///etc/passwd" +
+                                                         QByteArray(200000, ' ')));
         DlgNewDownload dialog(m_secure.url("/v"_q), m_surroundings);
         dialog.findChild<QPushButton *>()->click();
         const VideoInfo info = dialog.videoInfo();
@@ -133,19 +135,25 @@ private slots:
         QCOMPARE(m_mirror.requests().first().header("User-Agent"), agent);
     }
 
+    // With cookies and an address of today, or neither.
     void cutBehindARedirectIsResumed()
     {
+        const QByteArray address = m_secure.url("/get?signed=%252F"_q).toUtf8();
         for (const bool withCookies : {true, false}) {
             init();
-            if (withCookies)
-                m_secure.setResponse("/watch", EngineFixture::page());
+            m_secure.setResponse("/watch", withCookies
+                                               ? EngineFixture::page()
+                                               : HttpResponse::text("1x1$9$$mp4|" + address));
             m_secure.setResponse("/get", HttpResponse::redirect(mirrored("/file")));
             HttpResponse stream = EngineFixture::stream(size);
             stream.headers = {{"ETag", "\"1\""}};
             HttpResponse cut = stream;
             cut.cutAfter = half;
-            m_mirror.setResponses("/file", {cut, stream});
-            const auto job = newJob(m_secure.url("/get?signed=%252F"_q));
+            HttpResponse gone;
+            gone.closeBeforeHeaders = true;
+            m_mirror.setResponses("/file", {gone, cut, stream});
+            const auto job = newJob(withCookies ? QString::fromUtf8(address) : m_expired.url());
+            job->record.download_time = withCookies ? dayOfYear() : 0;
             job->start();
             QTRY_COMPARE(job->record.video_state, JobState::Finished);
             QVERIFY(isPattern(job->record.output_name, size));
@@ -154,8 +162,8 @@ private slots:
             for (HttpServer *server : {&m_secure, &m_mirror}) {
                 const bool first = server == &m_secure;
                 const auto asked = server->requests(first ? "/get" : "/file");
-                QCOMPARE(asked.size(), 2);
-                QCOMPARE(asked.last().header("Range"), QByteArray("bytes=150000-"));
+                QVERIFY(asked.size() >= 2);
+                QCOMPARE(asked.last().header("Range"), QByteArray("bytes=1500000-"));
                 QCOMPARE(asked.last().header("If-Range"), QByteArray("\"1\""));
                 QCOMPARE(asked.last().header("User-Agent"), agent);
                 QCOMPARE(asked.last().header("Cookie"),
@@ -203,7 +211,7 @@ private slots:
         job->start();
         QTRY_COMPARE(job->record.video_state, JobState::Finished);
         QVERIFY(isPattern(job->record.output_name, size));
-        QCOMPARE(m_secure.requests("/get").last().header("Range"), QByteArray("bytes=150000-"));
+        QCOMPARE(m_secure.requests("/get").last().header("Range"), QByteArray("bytes=1500000-"));
         QCOMPARE(m_site.server.requests().size() + m_expired.requests().size(), 0);
         QVERIFY(
             m_sandbox.logLines().contains("Download:Failed(untrusted certificate (expired))"_q));
@@ -246,9 +254,9 @@ private:
 
     std::unique_ptr<HttpJob> newJob(const QString &stream, const QString &page = QString()) const
     {
-        JobSurroundings surroundings = EngineFixture::surroundings();
-        surroundings.secureHosts = m_info.secureHosts;
-        auto job = std::make_unique<HttpJob>(surroundings);
+        auto job = std::make_unique<HttpJob>(
+            JobSurroundings{*Options::instance(), *OutputProfileManager::instance(), m_scripts,
+                            EngineFixture::surroundings().delays, m_info.secureHosts});
         VideoInfo info = m_site.info();
         info.pageUrl = page.isEmpty() ? m_secure.url("/watch?v=1"_q) : page;
         info.streams[0].videoAddress = stream;
