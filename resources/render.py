@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""Draws the program's pictures: writes svg/*.svg, pictures/*.png (and @2x) and reelkeeper.qrc.
+"""Draws the program's pictures: writes svg/*.svg, pictures/*.png (and @2x) and reelkeeper.qrc, and
+the icons that a desktop shows (../packaging/icons).
 
 For developers only, the build does not need it. Debian packages: librsvg2-bin, python3-fonttools,
 fonts-inter. The captions are stored as outlines, so the drawings look the same without the font.
@@ -16,6 +17,8 @@ from fontTools.pens.transformPen import TransformPen
 from fontTools.ttLib import TTFont
 
 HERE = Path(__file__).resolve().parent
+DESKTOP = HERE.parent / "packaging" / "icons"
+DESKTOP_SIZES = (16, 22, 24, 32, 48, 64, 96, 128, 192, 256, 512)
 FONT = "/usr/share/fonts/opentype/inter/Inter-{}.otf"
 
 THEME = "#595D81"
@@ -241,11 +244,15 @@ def small_icon(size):
     return svg(size, size, body, 16)
 
 
+def icon(size):
+    return (small_icon if size < 24 else full_icon)(size)
+
+
 def icons():
     yield GENERATED, "mainframe_mediu", full_icon(48)
     yield GENERATED, "mainframe_small", small_icon(24)
     for size in (16, 32, 48, 256):
-        yield ":/icons", f"reelkeeper-{size}", (small_icon if size < 24 else full_icon)(size)
+        yield ":/icons", f"reelkeeper-{size}", icon(size)
     body = gradient("back", (0, "#7C81AC"), (1, THEME))
     body += gradient("front", (0, "#A9ADD0"), (1, "#7E83AE"))
     body += '<path d="M1 13V3.5A1 1 0 0 1 2 2.5H6L7.5 4H13A1 1 0 0 1 14 5V13Z" fill="url(#back)"/>'
@@ -256,15 +263,15 @@ def icons():
 # ---- Output ------------------------------------------------------------------------------------
 
 def render(job):
-    name, zoom, target = job
-    subprocess.run(["rsvg-convert", "--zoom", str(zoom), "-o", target,
-                    HERE / "svg" / f"{name}.svg"], check=True)
+    drawing, zoom, target = job
+    subprocess.run(["rsvg-convert", "--zoom", str(zoom), "-o", target], input=drawing.encode(),
+                   check=True)
 
 
 def main():
-    for folder in ("svg", "pictures"):
-        (HERE / folder).mkdir(exist_ok=True)
-        for old in (HERE / folder).iterdir():
+    for folder in (HERE / "svg", HERE / "pictures", DESKTOP):
+        folder.mkdir(exist_ok=True)
+        for old in folder.iterdir():
             old.unlink()
     jobs, prefixes = [], {}
     for source in (buttons, top_buttons, grounds, state_icons, icons):
@@ -272,8 +279,10 @@ def main():
             (HERE / "svg" / f"{name}.svg").write_text(drawing)
             for zoom, suffix in ((1, ""), (2, "@2x")):
                 file = f"{name}{suffix}.png"
-                jobs.append((name, zoom, HERE / "pictures" / file))
+                jobs.append((drawing, zoom, HERE / "pictures" / file))
                 prefixes.setdefault(prefix, []).append(file)
+    (DESKTOP / "reelkeeper.svg").write_text(full_icon(256))
+    jobs += [(icon(size), 1, DESKTOP / f"{size}.png") for size in DESKTOP_SIZES]
     with ThreadPoolExecutor() as pool:
         list(pool.map(render, jobs))
 
