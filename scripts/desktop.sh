@@ -121,9 +121,9 @@ start_bus() {
     wait_until 10 "the session bus" test -S "$scratch/bus"
 }
 
-# start_program [ARGUMENTS...]: sets program, its process id.
+# start_program [ARGUMENTS...]: sets program, its process id. PROGRAM names another than the built one.
 start_program() {
-    "$bin/reelkeeper" "$@" >"$scratch/program.log" 2>&1 &
+    "${PROGRAM:-$bin/reelkeeper}" "$@" >"$scratch/program.log" 2>&1 &
     program=$!
 }
 # program_ends_with CODE
