@@ -67,7 +67,7 @@ ChildProcess::ChildProcess(const std::string &program, const std::vector<std::st
         _exit(violentEnd);
     // The window and the transfers come first; a refusal only costs that. What the system does on
     // the disk for this process follows its priority.
-    nice(lowerPriority);
+    [[maybe_unused]] const int priority = nice(lowerPriority);
     dup2(standardInput, STDIN_FILENO);
     dup2(standardOutput, STDOUT_FILENO);
     dup2(standardError, STDERR_FILENO);

@@ -29,12 +29,22 @@ test=(
     procps
     libsm-dev libice-dev # a manager of the session
 )
+package=(
+    dpkg-dev file        # what a program is linked with becomes what its package depends on
+    gzip
+    desktop-file-utils appstream lintian
+)
+bare=(
+    debootstrap debian-archive-keyring
+)
 
 wanted=("${build[@]}" "${run[@]}")
 case "${1:-}" in
     run) wanted+=("${display[@]}" "${certificates[@]}") ;;
     test) wanted+=("${display[@]}" "${certificates[@]}" "${test[@]}") ;;
-    *) echo "usage: $0 run|test" >&2; exit 2 ;;
+    package) wanted=("${build[@]}" "${package[@]}") ;;
+    try-package) wanted+=("${display[@]}" "${package[@]}" "${bare[@]}") ;;
+    *) echo "usage: $0 run|test|package|try-package" >&2; exit 2 ;;
 esac
 
 missing=()
