@@ -10,18 +10,12 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QProcess>
 #include <QUrl>
 
-#include <cstdio>
-
 namespace {
-enum ExitCode { Good = 0, Failed = 1, NotChecked = 2 };
-
-constexpr int startLimit = 60000; // milliseconds until the run's process says something
-constexpr int grace = 1000;       // milliseconds for a run to end itself
+enum ExitCode { Good = 0, Failed = ScriptCheck::failed, NotChecked = 2 };
 
 int refuse(const QString &text)
 {
@@ -62,43 +56,20 @@ int checkManifest(const QString &folder)
     return ManifestCheck(folder).run() ? Good : Failed;
 }
 
-// A script may bring down the engine, or hold it where nothing can end it: the run has a process of
-// its own, whose lines are handed on as they come.
-int checkApart(const QStringList &arguments, qint64 limit)
+// A script may bring down the engine, and itself when nothing else can end it: the run has a
+// process of its own.
+int checkApart(const QStringList &arguments)
 {
     QProcess process;
-    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.setProcessChannelMode(QProcess::ForwardedChannels);
     process.start(QCoreApplication::applicationFilePath(), arguments);
-    QElapsedTimer sinceFirstLine;
-    const auto timeLeft = [&] {
-        const qint64 all = limit + grace;
-        return sinceFirstLine.isValid() ? int(qMax<qint64>(0, all - sinceFirstLine.elapsed()))
-                                        : startLimit;
-    };
-    while (process.waitForReadyRead(timeLeft())) {
-        const QByteArray lines = process.readAllStandardOutput();
-        std::fwrite(lines.constData(), 1, size_t(lines.size()), stdout);
-        std::fflush(stdout);
-        if (!sinceFirstLine.isValid())
-            sinceFirstLine.start();
-    }
+    process.waitForFinished(-1);
     if (process.error() == QProcess::FailedToStart)
         return refuse(QStringLiteral("cannot run itself: ") + process.errorString());
-    Report report;
-    if (process.state() != QProcess::NotRunning && !process.waitForFinished(timeLeft())) {
-        process.kill();
-        process.waitForFinished();
-        report.problem(QStringLiteral("the script did not end within %1 s and could not be ended: "
-                                      "a single built-in function, or a recursion")
-                           .arg(double(limit) / 1000));
-        return Failed;
-    }
-    if (process.exitStatus() == QProcess::CrashExit) {
-        report.problem(
-            QStringLiteral("the script brings down the engine, and the program with it"));
-        return Failed;
-    }
-    return process.exitCode();
+    if (process.exitStatus() == QProcess::NormalExit)
+        return process.exitCode();
+    Report().problem(QStringLiteral("the script brings down the engine, and the program with it"));
+    return Failed;
 }
 } // namespace
 
@@ -145,5 +116,5 @@ int main(int argc, char **argv)
     if (parser.isSet(hereOption))
         return checkScript(files.at(0), files.at(1), address, limit);
     arguments[0] = QStringLiteral("--here");
-    return checkApart(arguments, limit);
+    return checkApart(arguments);
 }

@@ -5,12 +5,16 @@
 #include "outputprofilemanager.h"
 #include "pagetext.h"
 #include "streamtable.h"
+#include "watchdog.h"
 
 #include <QFileInfo>
 #include <QUrl>
 
+#include <cstdlib>
+
 namespace {
 constexpr int mostAlerts = 100;
+constexpr int grace = 1000; // milliseconds for a run to end itself
 const QLatin1String errorMark("$Error:");
 } // namespace
 
@@ -58,6 +62,12 @@ VideoInfo ScriptCheck::runScripts(const QString &pageText, const QString &addres
     talk.isStopped = [this] { return isOver(); };
     talk.begun = [this](const QString &path) { tellBegin(path); };
     talk.ended = [this](const ScriptEnd &end) { tellEnd(end); };
+    const Watchdog watchdog(std::chrono::milliseconds(m_limit + grace), [this] {
+        Report().problem(QStringLiteral("the script did not end within %1 s and could not be "
+                                        "ended: a single built-in function, or a recursion")
+                             .arg(double(m_limit) / 1000));
+        std::_Exit(failed);
+    });
     m_sinceStart.start();
     return CJSLib().parsePage(address, pageText, m_scriptPath, talk);
 }

@@ -11,12 +11,13 @@
 class OutputProfileManager;
 struct SiteAccess;
 
-// One run of a site's files over a saved page, told as it goes. It ends itself after the limit, but
-// not while a single built-in function is at work, and it may bring down the process: whoever runs
-// it is prepared for both.
+// One run of a site's files over a saved page, told as it goes. After the limit it is ended, with
+// the process when a single built-in function is at work; it may also bring down the process.
 class ScriptCheck final
 {
 public:
+    static constexpr int failed = 1; // the process's exit code then
+
     // limit: milliseconds for all files together.
     ScriptCheck(const QString &scriptPath, qint64 limit);
 
