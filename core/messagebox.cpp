@@ -33,10 +33,10 @@ QMessageBox::StandardButton showMessageBox(QMessageBox::Icon icon, const QString
     return static_cast<QMessageBox::StandardButton>(box.exec());
 }
 
-bool bringToFront(QWidget *window)
+bool bringToFront(QWidget *window, const QByteArray &token)
 {
     if (window)
-        platform::activateWindow(window);
+        platform::activateWindow(window, token);
     return true;
 }
 

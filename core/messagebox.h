@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QMessageBox>
 #include <QString>
 
@@ -10,6 +11,8 @@ QMessageBox::StandardButton showMessageBox(QMessageBox::Icon icon, const QString
                                            const QString &text,
                                            QMessageBox::StandardButtons buttons,
                                            QMessageBox::StandardButton defaultButton);
-bool bringToFront(QWidget *window);        // always true; a null window is accepted
+// Always true; a null window is accepted. token: of the desktop's start or activation that wants
+// the window, empty when there is none.
+bool bringToFront(QWidget *window, const QByteArray &token = QByteArray());
 void setFixedDialogFlags(QWidget *dialog); // keeps the size that the dialog has now
 void setFramelessDialogFlags(QWidget *dialog);

@@ -63,12 +63,46 @@ private:
 void watchSession(QObject *context, const std::function<void()> &save,
                   const std::function<void()> &end);
 
-// Calls the handler, in the event loop, once it is known whether the desktop has a tray for the
-// icons of hidden programs, and again whenever that changes; until the context goes.
-void watchTray(QObject *context, const std::function<void(bool there)> &handler);
+// The desktop's place for the icons of hidden programs.
+enum class Tray {
+    Missing,
+    OfWindows, // each icon is a window of its program, which shows its own balloons
+    OverBus,   // the icons are drawn by the desktop
+};
+// Calls the handler, in the event loop, once it is known what tray the desktop has, and again
+// whenever that changes; until the context goes.
+void watchTray(QObject *context, const std::function<void(Tray)> &handler);
 
-// To the foreground; restored when minimised, maximised again when it was before.
-void activateWindow(QWidget *window);
+// What is shown by the desktop's service for notifications.
+struct Notification
+{
+    QString title; // empty: the program's
+    QString text;  // plain, whatever the service takes
+    bool isWarning = false;
+    int milliseconds = 0; // how long it stays
+};
+class NotificationService;
+class Notifications final
+{
+public:
+    // One of them was clicked; token: what lets a window come forward, empty when there is none.
+    explicit Notifications(std::function<void(const QByteArray &token)> clicked);
+    ~Notifications();
+    Q_DISABLE_COPY(Notifications)
+
+    // Waits for nothing; unseen is called in the event loop when nobody shows it.
+    void show(const Notification &notification, const std::function<void()> &unseen);
+
+private:
+    const std::unique_ptr<NotificationService> m_service;
+};
+
+// What the desktop gave this start for its window to come forward with; empty: nothing. Before the
+// application object is made, which takes it for its own first window.
+QByteArray startToken();
+// To the foreground; restored when minimised, maximised again when it was before. token: of the
+// start or of the notification that wants it, empty when there is none.
+void activateWindow(QWidget *window, const QByteArray &token);
 // Whether the clipboard reads as empty while no window of this program has the focus.
 bool clipboardNeedsFocus();
 

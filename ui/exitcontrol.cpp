@@ -39,11 +39,11 @@ bool ExitControl::trayChanged(bool there)
     return m_inBackground && !m_exiting && settle();
 }
 
-void ExitControl::comeForward()
+void ExitControl::comeForward(const QByteArray &token)
 {
     // The desktop may show a window without giving it the focus; it is in use all the same.
     cameBack();
-    bringToFront(&m_window);
+    bringToFront(&m_window, token);
 }
 
 bool ExitControl::settle()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QByteArray>
+
 class Options;
 class QWidget;
 
@@ -24,8 +26,9 @@ public:
     bool sendToBackground();
     // The tray has come, has gone or is known not to be there: a window that was sent to the
     // background goes where it can be found again.
-    bool trayChanged(bool there);               // true as above
-    void comeForward();                         // out of the background
+    bool trayChanged(bool there); // true as above
+    // Out of the background; token: of the desktop's, that lets the window come forward.
+    void comeForward(const QByteArray &token = QByteArray());
     void cameBack() { m_inBackground = false; } // the window is being used again
 
 private:

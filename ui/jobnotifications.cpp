@@ -28,16 +28,19 @@ void JobNotifications::jobEnded(int id)
         emit balloon(tr("Download Failed"), tr("Failed to download \"%1\".").arg(title), icon);
 }
 
-void JobNotifications::savingFails(const QString &path, bool hasBalloons)
+void JobNotifications::savingFails(const QString &path)
 {
-    const QString title = tr("Cannot Save");
-    const QString text =
-        tr("The download list cannot be saved to \"%1\". It is tried again.").arg(path);
-    if (hasBalloons) {
-        emit balloon(title, text, QSystemTrayIcon::Warning);
+    emit balloon(tr("Cannot Save"),
+                 tr("The download list cannot be saved to \"%1\". It is tried again.").arg(path),
+                 QSystemTrayIcon::Warning);
+}
+
+void JobNotifications::balloonUnseen(const QString &title, const QString &text,
+                                     QSystemTrayIcon::MessageIcon icon)
+{
+    if (icon != QSystemTrayIcon::Warning)
         return;
-    }
-    // Not from inside the save, which has its callers.
+    // Not from inside a save, which has its callers.
     QMetaObject::invokeMethod(
         this,
         [this, title, text] {

@@ -20,8 +20,10 @@ public:
     JobNotifications(const DownloaderManager &manager, const Options &options, QWidget *window);
 
     void jobEnded(int id); // an unknown id is ignored
-    // By a balloon, or by a box where there are no balloons.
-    void savingFails(const QString &path, bool hasBalloons);
+    void savingFails(const QString &path);
+    // The desktop has nothing to show this balloon with: what must be known is said by a box.
+    void balloonUnseen(const QString &title, const QString &text,
+                       QSystemTrayIcon::MessageIcon icon);
     void allEnded(); // may run the countdown dialog
     // While it counts nothing may open above it: the person has to see it.
     bool isCountingDown() const { return m_countingDown; }

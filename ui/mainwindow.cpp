@@ -129,10 +129,8 @@ void MainWindow::connectJobs()
     // A crash must not lose what was just asked for, nor what was just done.
     connect(manager, &DownloaderManager::sigJobsChanged, &m_stores->saver, &JobSaver::saveSoon);
     const JobNotifications *notifications = m_notifications.get();
-    connect(&m_stores->saver, &JobSaver::sigSavingFails, notifications, [this] {
-        m_notifications->savingFails(m_stores->database.path(),
-                                     m_trayIcon && m_trayIcon->isShown());
-    });
+    connect(&m_stores->saver, &JobSaver::sigSavingFails, notifications,
+            [this] { m_notifications->savingFails(m_stores->database.path()); });
     connect(notifications, &JobNotifications::balloon, this, &MainWindow::showTrayMessage);
     connect(notifications, &JobNotifications::countingDown, this, [this](bool now) {
         form().btnSettings->setEnabled(!now);
@@ -154,17 +152,22 @@ void MainWindow::startTimers()
 
 void MainWindow::buildTray()
 {
+    JobNotifications *notifications = m_notifications.get();
     m_trayIcon = std::make_unique<TrayIcon>(
         m_stores->options, m_stores->info.title,
-        [this](QSystemTrayIcon::ActivationReason reason) { iconActivated(reason); });
+        TrayIcon::Handlers{
+            [this](QSystemTrayIcon::ActivationReason reason) { iconActivated(reason); },
+            [this](const QByteArray &token) { m_exit.comeForward(token); },
+            [notifications](const auto &...balloon) { notifications->balloonUnseen(balloon...); },
+        });
     connect(m_trayIcon->actStartAll, &QAction::triggered, this, &MainWindow::onStartAll);
     connect(m_trayIcon->actPauseAll, &QAction::triggered, this, &MainWindow::onPauseAll);
     connect(m_trayIcon->actOpenFolder, &QAction::triggered, this, &MainWindow::onOpenFolder);
     connect(m_trayIcon->actSettings, &QAction::triggered, this, &MainWindow::onSettings);
     connect(m_trayIcon->actExit, &QAction::triggered, this, &MainWindow::onExit);
     connect(&m_trayIcon->menu(), &QMenu::aboutToShow, this, &MainWindow::onShowContextMenu);
-    platform::watchTray(this, [this](bool there) {
-        m_trayIcon->setTrayThere(there);
+    platform::watchTray(this, [this](platform::Tray tray) {
+        m_trayIcon->setTray(tray);
         if (m_exit.trayChanged(m_trayIcon->isShown()))
             m_trayIcon->tellOfBackground();
     });
@@ -175,6 +178,8 @@ void MainWindow::showTrayMessage(const QString &title, const QString &text,
 {
     if (m_trayIcon)
         m_trayIcon->showBalloon(title, text, icon);
+    else
+        m_notifications->balloonUnseen(title, text, icon);
 }
 
 void MainWindow::openNewDownload(const QString &url)

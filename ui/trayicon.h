@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform.h"
+
 #include <QCoreApplication>
 #include <QMenu>
 #include <QSystemTrayIcon>
@@ -16,10 +18,19 @@ class TrayIcon final
     Q_DISABLE_COPY(TrayIcon)
 
 public:
-    using Activated = std::function<void(QSystemTrayIcon::ActivationReason)>;
+    struct Handlers
+    {
+        std::function<void(QSystemTrayIcon::ActivationReason)> activated;
+        // On a balloon; token: what the desktop gives for the window to come forward with.
+        std::function<void(const QByteArray &token)> clicked;
+        // The desktop has nothing to show this balloon with.
+        std::function<void(const QString &title, const QString &text,
+                           QSystemTrayIcon::MessageIcon icon)>
+            unseen;
+    };
 
     // options: must outlive it.
-    TrayIcon(const Options &options, const QString &title, Activated activated);
+    TrayIcon(const Options &options, const QString &title, const Handlers &handlers);
     ~TrayIcon();
 
     // What the menu offers at the moment.
@@ -33,16 +44,18 @@ public:
     void setEnabled(const Enabled &enabled);
     QMenu &menu() { return m_menu; }
 
-    void setTrayThere(bool there);
+    void setTray(platform::Tray tray);
     bool isShown() const { return m_icon != nullptr; }
-    // A balloon that stays for as long as the settings say; nothing while there is no icon.
+    // A balloon that stays for as long as the settings say: the icon's own, or a notification of
+    // the desktop where there is no icon that could show one.
     void showBalloon(const QString &title, const QString &text, QSystemTrayIcon::MessageIcon icon);
     void tellOfBackground(); // where the hidden window has gone
 
 private:
     const Options &m_options;
     const QString m_title;
-    const Activated m_activated;
+    const Handlers m_handlers;
+    platform::Notifications m_notifications;
     QMenu m_menu;
 
 public:
@@ -55,4 +68,5 @@ public:
 
 private:
     std::unique_ptr<QSystemTrayIcon> m_icon;
+    bool m_showsBalloons = false; // the icon
 };

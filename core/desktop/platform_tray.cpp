@@ -1,5 +1,7 @@
 #include "platform.h"
 
+#include "xconnection.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
@@ -9,21 +11,11 @@
 #include <QGuiApplication>
 #include <QSocketNotifier>
 
-#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <utility>
 
-#include <xcb/xcb.h>
-
 namespace {
-
-struct FreeReply
-{
-    void operator()(void *reply) const { std::free(reply); }
-};
-template <typename Reply>
-using ReplyPointer = std::unique_ptr<Reply, FreeReply>;
 
 // The older tray, of X desktops: there is one while a certain selection has an owner. On a
 // connection of its own, because the toolkit keeps its to itself.
@@ -36,12 +28,9 @@ public:
     {
         if (xcb_connection_has_error(m_connection) != 0)
             return;
-        m_manager = atom(QByteArrayLiteral("MANAGER"));
-        m_selection = atom("_NET_SYSTEM_TRAY_S" + QByteArray::number(m_screen));
-        xcb_screen_iterator_t screens = xcb_setup_roots_iterator(xcb_get_setup(m_connection));
-        for (int i = 0; i < m_screen && screens.rem > 1; ++i)
-            xcb_screen_next(&screens);
-        listenTo(screens.data->root); // where a new owner announces itself
+        m_manager = atomNamed(m_connection, "MANAGER");
+        m_selection = atomNamed(m_connection, "_NET_SYSTEM_TRAY_S" + QByteArray::number(m_screen));
+        listenTo(rootOf(m_connection, m_screen)); // where a new owner announces itself
         findOwner();
         const auto *events =
             new QSocketNotifier(xcb_get_file_descriptor(m_connection), QSocketNotifier::Read, this);
@@ -56,14 +45,6 @@ public:
     bool isThere() const { return m_owner != XCB_NONE; }
 
 private:
-    xcb_atom_t atom(const QByteArray &name)
-    {
-        const auto cookie =
-            xcb_intern_atom(m_connection, false, uint16_t(name.size()), name.constData());
-        const ReplyPointer<xcb_intern_atom_reply_t> reply(
-            xcb_intern_atom_reply(m_connection, cookie, nullptr));
-        return reply ? reply->atom : xcb_atom_t(XCB_NONE);
-    }
     void listenTo(xcb_window_t window)
     {
         const uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
@@ -127,7 +108,7 @@ class TrayWatch final : public QObject
     Q_DISABLE_COPY(TrayWatch)
 
 public:
-    TrayWatch(QObject *context, std::function<void(bool)> handler)
+    TrayWatch(QObject *context, std::function<void(platform::Tray)> handler)
         : QObject(context)
         , m_handler(std::move(handler))
     {
@@ -187,23 +168,27 @@ private:
             m_kind = Kind::Host;
         else if (m_kind == Kind::None && selection)
             m_kind = Kind::Selection;
-        const bool there = m_kind == Kind::Host ? m_host : selection;
-        if (std::exchange(m_told, there) != there)
-            m_handler(there);
+        auto tray = platform::Tray::Missing;
+        if (m_kind == Kind::Host && m_host)
+            tray = platform::Tray::OverBus;
+        else if (m_kind != Kind::Host && selection)
+            tray = platform::Tray::OfWindows;
+        if (std::exchange(m_told, tray) != tray)
+            m_handler(tray);
     }
 
-    std::function<void(bool)> m_handler;
+    std::function<void(platform::Tray)> m_handler;
     std::unique_ptr<SelectionTray> m_selectionTray; // null: not on an X desktop
     QDBusPendingCallWatcher *m_question = nullptr;  // the last one; only compared
     bool m_host = false;
     bool m_answered = false;
     Kind m_kind = Kind::None;
-    std::optional<bool> m_told;
+    std::optional<platform::Tray> m_told;
 };
 
 } // namespace
 
-void platform::watchTray(QObject *context, const std::function<void(bool)> &handler)
+void platform::watchTray(QObject *context, const std::function<void(Tray)> &handler)
 {
     new TrayWatch(context, handler);
 }

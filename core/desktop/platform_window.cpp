@@ -1,13 +1,43 @@
 #include "platform.h"
 
+#include "xstartup.h"
+
 #include <QApplication>
 #include <QDir>
 #include <QFileDialog>
 #include <QWidget>
 #include <QWindow>
 
-void platform::activateWindow(QWidget *window)
+#include <memory>
+
+static bool isOnWayland()
 {
+    return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
+QByteArray platform::startToken()
+{
+    const QByteArray startup = qgetenv("DESKTOP_STARTUP_ID");
+    return startup.isEmpty() ? qgetenv("XDG_ACTIVATION_TOKEN") : startup;
+}
+
+// A window there cannot ask to be shown or to get the focus, but a new one mostly gets both. A
+// dialog above it would not follow, so that it stays where it is then.
+static void makeNew(QWidget *window)
+{
+    if (window->isVisible() && !QApplication::activeWindow() && !QApplication::activeModalWidget())
+        window->hide();
+}
+
+void platform::activateWindow(QWidget *window, const QByteArray &token)
+{
+    if (isOnWayland())
+        makeNew(window);
+    std::unique_ptr<XStartup> startup;
+    if (!token.isEmpty() && QGuiApplication::platformName() == QLatin1String("xcb")) {
+        startup = std::make_unique<XStartup>(token);
+        startup->announce(xcb_window_t(window->winId()));
+    }
     // Only this state goes: a window that was maximised before comes back so.
     window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
     window->show();
@@ -17,11 +47,13 @@ void platform::activateWindow(QWidget *window)
     // that it is active, and its widgets would take keys without having the focus.
     if (window->windowHandle() && window->windowHandle()->isActive() && !window->isActiveWindow())
         QApplication::setActiveWindow(window);
+    if (startup)
+        startup->finish(xcb_window_t(window->winId()));
 }
 
 bool platform::clipboardNeedsFocus()
 {
-    return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    return isOnWayland();
 }
 
 bool platform::browseFolder(QWidget *parent, const QString &title, const QString &initialPath,

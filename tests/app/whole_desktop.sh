@@ -62,12 +62,16 @@ file=$(job_field output_name 1)
 [ "$(basename "$file")" = "Several frame sizes.avi" ] || die "named $file"
 [ "$(head -c 4 "$file")" = RIFF ] || die "$file is no AVI"
 
-say "Closing hides into the tray, and a click on its icon shows the window again"
+say "Closing hides into the tray, and a click on its balloon or its icon shows the window again"
 wait_until 20 "the balloon's end" no popup || die "the balloon stays"
 press "$(window_named "$title")" alt+F4
 wait_until 10 "the window to go" no window_named "$title" || die "the window was not hidden"
 wait_until 10 "the balloon about the background" popup || die "the first hiding went unsaid"
 kill -0 "$program" || die "closing ended the program"
+xdotool mousemove --window "$(popup)" 40 20 click 1
+window_shown
+press "$(window_named "$title")" alt+F4
+wait_until 10 "the window to go" no window_named "$title" || die "the window was not hidden again"
 click_tray 1
 window_shown
 
@@ -119,7 +123,7 @@ program_ends_with 0
 state_is "$job" 0 || die "the running download was not kept"
 [ "$(stored "count(*)")" -eq 1 ] || die "deleted videos are still in the list"
 
-say "The next start goes on with the download; on this desktop the balloon is a notification"
+say "The next start goes on with the download; here balloons are notifications, to be clicked as well"
 printf '[all]\nsummary = "*"\nscript = %s\n' "$scratch/notified" >"$scratch/dunstrc"
 printf '#!/bin/sh\nprintf "%%s: %%s\\n" "$2" "$3" >>%s\n' "$scratch/notes" >"$scratch/notified"
 chmod +x "$scratch/notified"
@@ -149,6 +153,10 @@ job_ends "$job"
 expected="Download Finished: The video \"$(job_field title "$job")\" is  completed."
 wait_until 20 "the notification" grep -qxF "$expected" "$scratch/notes" ||
     die "not notified: $expected"
+press "$(window_named "$title")" alt+F4
+wait_until 10 "the window to go" no window_named "$title" || die "the window was not hidden"
+dunstctl action
+window_shown
 
 say "A checkpoint of the session saves, and only its end ends the program"
 rm "$XDG_CONFIG_HOME/Quarnitek/Corvane Reelkeeper.conf"

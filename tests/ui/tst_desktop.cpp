@@ -19,7 +19,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-// Stands in for the power service and for the portal that shows the chooser of a program.
+// Stands in for the power service, the service of notifications, and the portal that shows the
+// chooser of a program.
 class Services final : public QDBusVirtualObject
 {
 public:
@@ -45,7 +46,13 @@ public:
         const QMutexLocker lock(&m_mutex);
         if (call.member() == "CanPowerOff"_q)
             return bus.send(call.createReply(m_answer));
+        if (call.member() == "GetCapabilities"_q)
+            return bus.send(call.createReply(QStringList{m_answer}));
         m_asked = call.member() + call.arguments().value(0).toString();
+        if (call.member() == "Notify"_q) {
+            m_asked = call.arguments().value(4).toString();
+            return bus.send(call.createReply(17U));
+        }
         if (call.member() != "Inhibit"_q)
             return bus.send(call.createReply());
         m_asked += call.arguments().value(3).toString();
@@ -60,7 +67,7 @@ private:
     QDBusUnixFileDescriptor m_delay;
 };
 
-// The desktop's services: opening files, sleep and shut-down.
+// The desktop's services: opening files, notifications, sleep and shut-down.
 class TestDesktop final : public SandboxTest
 {
     Q_OBJECT
@@ -168,6 +175,41 @@ private slots:
         QTRY_VERIFY(isGivenBack(handedOut));
         close(handedOut);
         m_bus.unregisterService("org.freedesktop.login1"_q);
+    }
+
+    void notificationsAreShownAndClicked()
+    {
+        QByteArrayList clicks;
+        platform::Notifications notifications(
+            [&clicks](const QByteArray &token) { clicks += token; });
+        int unseen = 0;
+        const auto show = [&] {
+            notifications.show({"Title"_q, "<i>me & you"_q}, [&unseen] { ++unseen; });
+        };
+        show();
+        QTRY_COMPARE(unseen, 1);
+        QVERIFY(m_bus.registerService("org.freedesktop.Notifications"_q));
+        const QMap<QString, QString> texts{{"body"_q, "<i>me & you"_q},
+                                           {"body-markup"_q, "&lt;i&gt;me &amp; you"_q}};
+        for (auto text = texts.begin(); text != texts.end(); ++text) {
+            m_services.expect(text.key());
+            show();
+            QString asked;
+            QTRY_COMPARE(asked += m_services.expect(text.key()), text.value());
+        }
+        // Everybody hears of the clicks on everybody's.
+        for (const uint id : {18U, 17U}) {
+            for (const char *name : {"ActivationToken", "ActionInvoked"}) {
+                QDBusMessage news = QDBusMessage::createSignal("/org/freedesktop/Notifications"_q,
+                                                               "org.freedesktop.Notifications"_q,
+                                                               QLatin1String(name));
+                news << id << "of %1"_q.arg(id);
+                QVERIFY(m_bus.send(news));
+            }
+        }
+        QTRY_COMPARE(clicks, QByteArrayList{"of 17"});
+        QCOMPARE(unseen, 1);
+        m_bus.unregisterService("org.freedesktop.Notifications"_q);
     }
 
     void opensFiles()

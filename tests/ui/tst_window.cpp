@@ -269,9 +269,13 @@ private slots:
             notifications.jobEnded(id);
         }
         QCOMPARE(balloons, QStringList{"Download Failed|Failed to download \"50% %1\"."_q});
-        // Whatever the desktop has to tell it with.
+        // What must be known is said whatever the desktop has to say it with.
+        connect(&notifications, &JobNotifications::balloon, &notifications,
+                &JobNotifications::balloonUnseen);
         const ModalDriver person("QMessageBox");
-        notifications.savingFails("Task.dat"_q, false);
+        notifications.savingFails("Task.dat"_q);
+        Options::instance()->notifyWhenFinished = true;
+        notifications.jobEnded(id);
         QTRY_COMPARE(person.seen(), 1);
     }
 
