@@ -51,12 +51,13 @@ int main(int argc, char **argv)
     platform::holdNamedMutex(AppInfo::instance()->instanceId);
     platform::allowManyOpenFiles();
 
+    const QByteArray token = platform::startToken();
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     SingleApplication application(argc, argv, title,
                                   Options::appDataPath() + QStringLiteral("Task.dat"));
     if (application.isRunning()) {
-        application.sendMessage(QStringLiteral("1"));
+        application.sendMessage(QStringLiteral("1"), token);
         return 0;
     }
     // Only the main window ends the program, and it may be hidden while a dialog closes.

@@ -85,6 +85,7 @@ void SingleApplication::takeMessages()
     }
     platform::keepFromChildren(m_sharedMemory.data(), m_sharedMemory.size());
     writeSegment(noMessage());
+    m_lock->setNote(QByteArray());
     m_listLock.setNote(QFile::encodeName(m_sharedMemory.nativeKey()));
     auto *poll = new QTimer(this);
     connect(poll, &QTimer::timeout, this, &SingleApplication::checkForMessage);
@@ -105,12 +106,14 @@ void SingleApplication::writeSegment(const QByteArray &bytes)
     std::memcpy(m_sharedMemory.data(), bytes.constData(), count);
 }
 
-bool SingleApplication::sendMessage(const QString &message)
+bool SingleApplication::sendMessage(const QString &message, const QByteArray &token)
 {
     if (!m_isRunning || !m_sharedMemory.isAttached())
         return false;
     const QByteArray bytes = QByteArrayLiteral("1") + message.toUtf8() + '\0';
     const bool locked = m_lock->lock(lockPatience);
+    if (locked)
+        m_lock->setNote(token);
     writeSegment(bytes);
     if (locked)
         m_lock->unlock();
@@ -131,11 +134,15 @@ void SingleApplication::checkForMessage()
     const bool waiting = !bytes.startsWith(noMessage());
     // Marked as taken before anybody hears of it: the receiver may run an event loop of its own,
     // and a message that comes meanwhile is a new one.
-    if (waiting)
+    QByteArray token;
+    if (waiting) {
         writeSegment(noMessage());
+        token = m_lock->note();
+        m_lock->setNote(QByteArray());
+    }
     m_lock->unlock();
     if (!waiting)
         return;
     bytes.append('\0');
-    emit messageAvailable(QString::fromUtf8(bytes.constData() + 1));
+    emit messageAvailable(QString::fromUtf8(bytes.constData() + 1), token);
 }

@@ -10,7 +10,8 @@
 
 // The application object, of which one per user takes messages from the others. The instances
 // meet in a shared segment: byte 0 is "0" when no message waits, the text follows in UTF-8 and
-// ends with a NUL.
+// ends with a NUL. What comes with the text is the note of the segment's lock: who knows of the
+// segment only is not disturbed.
 //
 // Who is the first is decided by two things that the system takes away with the process. One is a
 // lock beside the list of jobs, because the segment's key follows the session's runtime folder and
@@ -30,12 +31,13 @@ public:
     bool isRunning() const { return m_isRunning; } // another instance was there first
     // Leaves the message for the first instance; false in the first instance itself, and when the
     // other one cannot be reached.
-    bool sendMessage(const QString &message);
+    // token: of the desktop's, that lets the window of the other one come forward.
+    bool sendMessage(const QString &message, const QByteArray &token = QByteArray());
     // True once queryEndSession() was emitted: for who was not listening yet.
     bool isSessionEnding() const { return m_isSessionEnding; }
 
 signals:
-    void messageAvailable(QString message);
+    void messageAvailable(QString message, QByteArray token = QByteArray());
     // The session wants everything on disk; it may go on.
     void saveRequested();
     // The session ends, or the process was asked to terminate.

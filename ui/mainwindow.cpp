@@ -257,10 +257,10 @@ void MainWindow::iconActivated(QSystemTrayIcon::ActivationReason reason)
         m_exit.comeForward();
 }
 
-void MainWindow::onInstanceCheck(QString strTimes)
+void MainWindow::onInstanceCheck(QString strTimes, const QByteArray &token)
 {
     if (strTimes.toInt() > 0)
-        m_exit.comeForward();
+        m_exit.comeForward(token);
 }
 
 void MainWindow::onFinished(int nID)

@@ -52,7 +52,7 @@ public slots:
     void onSettings();
     void onHelp();
     void onAbout();
-    void onInstanceCheck(QString strTimes);
+    void onInstanceCheck(QString strTimes, const QByteArray &token = QByteArray());
     void onSaveRequest(); // the session wants everything on disk, and goes on
     void onEndSession();
 

@@ -24,9 +24,11 @@ int main(int argc, char **argv)
     SingleApplication application(argc, argv, title,
                                   Options::appDataPath() + QStringLiteral("list"));
     if (application.isRunning())
-        return application.sendMessage(argument) ? 0 : 1;
+        return application.sendMessage(argument, platform::startToken()) ? 0 : 1;
     QObject::connect(&application, &SingleApplication::messageAvailable, &application,
-                     [](const QString &message) { say(QStringLiteral("message ") + message); });
+                     [](const QString &message, const QByteArray &token) {
+                         say(QStringLiteral("message ") + message + QString::fromUtf8(token));
+                     });
     QObject::connect(&application, &SingleApplication::queryEndSession, &application, []() {
         say(QStringLiteral("end"));
         QCoreApplication::quit();

@@ -32,8 +32,11 @@ cmp "$file" "$scratch/stream"
 
 say "A second start hands over to the first and ends with 0"
 xdotool windowminimize --sync "$(window_named "Corvane Reelkeeper")"
-"$bin/reelkeeper" || die "the second start ended with $?"
+launch=launcher_TIME$(($(cut -d . -f 1 /proc/uptime) * 1000))
+DESKTOP_STARTUP_ID=$launch "$bin/reelkeeper" || die "the second start ended with $?"
 wait_until 10 "the window to come back" window_named "Corvane Reelkeeper" || die "not raised"
+xprop -id "$(window_named "Corvane Reelkeeper")" _NET_STARTUP_ID | grep -q "\"$launch\"" ||
+    die "the launcher does not know the window"
 
 say "A request to end stops a running download with every byte it has"
 download "http://$site/watch?v=longer"
