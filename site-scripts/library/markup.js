@@ -139,7 +139,7 @@ function contentEnd(markup, tag) {
 function textOf(markup, tag, most) {
     var html = markup.substr(tag.end, most || mostText);
     html = html.substring(0, contentEnd(html, { name: tag.name, end: 0 }))
-        .replace(/[\s\u00a0]+/g, " ");
+        .replace(/\s+/g, " ");
     var tags = /<[a-z\/!]/gi;
     var pieces = [];
     var position = 0;

@@ -56,9 +56,9 @@ function plain(value) {
     return typeof value === "string" || typeof value === "number" ? String(value) : "";
 }
 
-// A line of text: entities decoded, blanks of every kind and number as one.
+// A line of text: entities decoded, blanks of every kind and number (also U+00A0) as one.
 function line(value) {
-    return decodeEntities(plain(value)).replace(/[\s\u00a0]+/g, " ").replace(/^ | $/g, "");
+    return decodeEntities(plain(value)).replace(/\s+/g, " ").replace(/^ | $/g, "");
 }
 
 // The size as a whole number of pixels, 0 when it is none. Metadata has it as a number, as text
