@@ -60,7 +60,8 @@ void trustCertificatesOf(const QString &pemFile)
         return;
     }
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
-    configuration.addCaCertificates(certificates);
+    // With any of its own, the toolkit does not look at the system's any more.
+    configuration.setCaCertificates(QSslConfiguration::systemCaCertificates() + certificates);
     QSslConfiguration::setDefaultConfiguration(configuration);
 }
 
