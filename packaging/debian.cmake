@@ -1,4 +1,10 @@
 # What makes a Debian package of an installation: its papers, and how CPack puts it together.
+foreach(paper changelog example.quarnitek.reelkeeper.metainfo.xml)
+    file(STRINGS ${paper} versions REGEX "^reelkeeper \\(|<release ")
+    if(NOT versions MATCHES "^[^;]*[(\"]${PROJECT_VERSION}[)\"]")
+        message(FATAL_ERROR "packaging/${paper} does not begin with version ${PROJECT_VERSION}")
+    endif()
+endforeach()
 install(FILES copyright DESTINATION ${REELKEEPER_DOCS})
 set(changelog ${CMAKE_CURRENT_BINARY_DIR}/changelog)
 configure_file(changelog ${changelog} COPYONLY)

@@ -11,6 +11,7 @@ run=(
     libqt5sql5-sqlite   # the driver of the job database
     ffmpeg
     xdg-utils           # which program opens a type of file
+    qtwayland5          # the way to a Wayland display
     fonts-dejavu-core
     ca-certificates     # whom to trust; the TLS library itself comes with Qt
 )
@@ -43,7 +44,7 @@ case "${1:-}" in
     run) wanted+=("${display[@]}" "${certificates[@]}") ;;
     test) wanted+=("${display[@]}" "${certificates[@]}" "${test[@]}") ;;
     package) wanted=("${build[@]}" "${package[@]}") ;;
-    try-package) wanted+=("${display[@]}" "${package[@]}" "${bare[@]}") ;;
+    try-package) wanted+=("${display[@]}" "${certificates[@]}" "${bare[@]}") ;;
     *) echo "usage: $0 run|test|package|try-package" >&2; exit 2 ;;
 esac
 
