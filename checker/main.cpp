@@ -32,7 +32,7 @@ int checkScript(const QString &script, const QString &page, const QString &addre
                           .arg(QUrl(address).host(), secureHosts.names.join(QLatin1Char(','))));
     if (!address.isEmpty() &&
         (!access.looksRight(address) || QUrl(access.address).host().isEmpty()))
-        return refuse(QStringLiteral("%1 is no address of a page").arg(address));
+        return refuse(QStringLiteral("%1 is no address that the program takes").arg(address));
     QString why;
     readUsable(script, &why);
     if (!why.isEmpty())

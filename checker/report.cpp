@@ -3,6 +3,8 @@
 #include <cstdio>
 
 namespace {
+constexpr int longestComplaint = 4000; // characters
+
 void write(std::FILE *file, const QString &text)
 {
     std::fprintf(file, "%s\n", text.toUtf8().constData());
@@ -49,5 +51,5 @@ QString shown(const QString &text, int longest)
 
 void complain(const QString &text)
 {
-    write(stderr, QStringLiteral("reelkeeper-check: ") + text);
+    write(stderr, QStringLiteral("reelkeeper-check: ") + shown(text, longestComplaint));
 }

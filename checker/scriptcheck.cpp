@@ -74,7 +74,7 @@ VideoInfo ScriptCheck::runScripts(const QString &pageText, const QString &addres
 
 void ScriptCheck::tellBegin(const QString &path)
 {
-    m_present = QFileInfo(path).fileName();
+    m_present = shown(QFileInfo(path).fileName());
     m_report.line(QStringLiteral("run ") + m_present);
     QString why;
     const QByteArray bytes = readUsable(path, &why);

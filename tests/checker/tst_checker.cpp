@@ -87,7 +87,7 @@ private slots:
             {s},
             {s, s, s},
             {"--nope"_q},
-            {file("none"), s},
+            {file("no\nne"), s},
             {s, file("none")},
             {s, file("empty")},
             {s, file("large")},
