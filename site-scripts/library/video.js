@@ -11,25 +11,23 @@ function meta(page, name) {
     return "";
 }
 
-function linkTo(page, relation) {
-    var links = findTags(page.markup, "link");
-    for (var i = 0; i < links.length; i += 1) {
-        if (hasWord(plain(links[i].attributes.rel).toLowerCase(), relation))
-            return plain(links[i].attributes.href);
-    }
-    return "";
-}
-
 // The page as the readers take it: markup, scripts, meta tags, and the address that the others on
 // it start from, at last the site's own.
 function readPage(text, home) {
     var page = splitPage(text);
-    var tags = findTags(page.markup, "meta");
+    var tags = findTags(page.markup, "meta|link|base");
+    var canonical = "";
+    var base = "";
     page.meta = [];
     for (var i = 0; i < tags.length; i += 1) {
         var attributes = tags[i].attributes;
         var names = [attributes.property, attributes.name];
-        for (var j = 0; j < names.length; j += 1) {
+        if (tags[i].name === "base")
+            base = base || attributes.href;
+        else if (tags[i].name === "link" &&
+                 hasWord(plain(attributes.rel).toLowerCase(), "canonical"))
+            canonical = canonical || attributes.href;
+        for (var j = 0; tags[i].name === "meta" && j < names.length; j += 1) {
             if (names[j])
                 page.meta.push({
                     name: names[j].toLowerCase(),
@@ -37,10 +35,8 @@ function readPage(text, home) {
                 });
         }
     }
-    var bases = findTags(page.markup, "base");
-    var address = resolve(linkTo(page, "canonical"), home) || resolve(meta(page, "og:url"), home) ||
-        home;
-    page.base = (bases.length > 0 && resolve(bases[0].attributes.href, address)) || address;
+    var address = resolve(canonical, home) || resolve(meta(page, "og:url"), home) || home;
+    page.base = resolve(base, address) || address;
     return page;
 }
 
