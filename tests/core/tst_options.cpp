@@ -51,14 +51,12 @@ private slots:
 
     void hostsWrittenByHandStay()
     {
-        for (const char *hosts : {"a.test, b.test", ""}) {
-            QVERIFY(writeFile(file(), "[Options]\nSecure Hosts=" + QByteArray(hosts)));
+        QVERIFY(writeFile(file(), "[Options]\nSecure Hosts=a.test, b.test"));
+        for (int run = 0; run < 2; ++run) {
             Options options;
             options.load();
+            QCOMPARE(options.secureHosts.value_or(QString()), "a.test, b.test"_q);
             options.save();
-            Options again;
-            again.load();
-            QCOMPARE(again.secureHosts.value_or("none"_q), QString::fromLatin1(hosts));
         }
     }
 
