@@ -3,7 +3,6 @@
 #include "ui_dlgnewdownload.h"
 
 #include "appinfo.h"
-#include "fittexts.h"
 #include "messagebox.h"
 #include "options.h"
 #include "outputprofilemanager.h"
@@ -109,10 +108,8 @@ void DlgNewDownload::setUpForm()
 {
     m_ui->setupUi(this);
     setWindowIcon(QIcon(QStringLiteral(":/png/GeneratedFiles/mainframe_mediu.png")));
-    setFixedDialogFlags(this);
-    setAttribute(Qt::WA_QuitOnClose, false);
     m_ui->label->setText(m_ui->label->text().arg(exampleAddress(m_surroundings.info)));
-    fitTexts(this);
+    setFixedDialogFlags(this);
     // A child under the mouse keeps the moves to itself, and the dialog is mostly children.
     const QList<QWidget *> children = findChildren<QWidget *>();
     for (QWidget *child : children) {

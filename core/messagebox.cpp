@@ -1,5 +1,6 @@
 #include "messagebox.h"
 
+#include "fittexts.h"
 #include "platform.h"
 #include "product.h"
 
@@ -43,8 +44,10 @@ bool bringToFront(QWidget *window, const QByteArray &token)
 void setFixedDialogFlags(QWidget *dialog)
 {
     dialog->setWindowFlags(Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint | Qt::WindowTitleHint);
+    dialog->setAttribute(Qt::WA_QuitOnClose, false);
     // The hint alone is for one system's window manager.
     dialog->setFixedSize(dialog->size());
+    fitTexts(dialog);
 }
 
 void setFramelessDialogFlags(QWidget *dialog)

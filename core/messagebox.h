@@ -14,5 +14,7 @@ QMessageBox::StandardButton showMessageBox(QMessageBox::Icon icon, const QString
 // Always true; a null window is accepted. token: of the desktop's start or activation that wants
 // the window, empty when there is none.
 bool bringToFront(QWidget *window, const QByteArray &token = QByteArray());
-void setFixedDialogFlags(QWidget *dialog); // keeps the size that the dialog has now
+// For a form whose texts are there: it keeps its size, its texts get smaller until they fit, and
+// closing it never ends the program.
+void setFixedDialogFlags(QWidget *dialog);
 void setFramelessDialogFlags(QWidget *dialog);

@@ -54,7 +54,7 @@ public:
     QByteArray note() const;
 
 private:
-    int m_handle = -1;
+    int m_handle; // negative: there is no file, and every call fails
 };
 // Until the context is deleted: save is called when the session asks to have everything on disk,
 // which may be a checkpoint only; end when the program has to end: the session's manager says so,

@@ -1,6 +1,5 @@
 #include "dlgdeletefinished.h"
 
-#include "fittexts.h"
 #include "messagebox.h"
 #include "options.h"
 #include "ui_dlgdeletefinished.h"
@@ -12,8 +11,6 @@ DlgDeleteFinished::DlgDeleteFinished(Options &options, QWidget *parent)
 {
     m_ui->setupUi(this);
     setFixedDialogFlags(this);
-    setAttribute(Qt::WA_QuitOnClose, false);
-    fitTexts(this);
     m_ui->boxDeleteVideo->setChecked(m_options.deleteFinishedVideo);
     connect(m_ui->btnYes, &QPushButton::clicked, this, &DlgDeleteFinished::onYes);
     connect(m_ui->btnNo, &QPushButton::clicked, this, &DlgDeleteFinished::reject);

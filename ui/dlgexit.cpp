@@ -1,6 +1,5 @@
 #include "dlgexit.h"
 
-#include "fittexts.h"
 #include "messagebox.h"
 #include "options.h"
 #include "ui_dlgexit.h"
@@ -12,8 +11,6 @@ DlgExit::DlgExit(Options &options, QWidget *parent)
 {
     m_ui->setupUi(this);
     setFixedDialogFlags(this);
-    setAttribute(Qt::WA_QuitOnClose, false);
-    fitTexts(this);
     m_ui->boxAskAgain->setChecked(!m_options.queryOnExit);
     connect(m_ui->btnExit, &QPushButton::clicked, this, &DlgExit::onExit);
     connect(m_ui->btnCancel, &QPushButton::clicked, this, &DlgExit::reject);

@@ -1,6 +1,5 @@
 #include "dlgsettings.h"
 
-#include "fittexts.h"
 #include "messagebox.h"
 #include "options.h"
 #include "ui_dlgsettings.h"
@@ -16,8 +15,6 @@ DlgSettings::DlgSettings(Options &options, QWidget *parent, FolderChooser choose
 {
     m_ui->setupUi(this);
     setFixedDialogFlags(this);
-    setAttribute(Qt::WA_QuitOnClose, false);
-    fitTexts(this);
     connect(m_ui->btnSelectFolder, &QPushButton::clicked, this, &DlgSettings::onSelectFolder);
 
     m_ui->checkBoxAuto->setChecked(options.autoOpenNew);

@@ -1,6 +1,5 @@
 #include "dlgshutdown.h"
 
-#include "fittexts.h"
 #include "messagebox.h"
 #include "ui_dlgshutdown.h"
 
@@ -15,8 +14,6 @@ DlgShutDown::DlgShutDown(QWidget *parent, int tickMilliseconds)
 {
     m_ui->setupUi(this);
     setFixedDialogFlags(this);
-    setAttribute(Qt::WA_QuitOnClose, false);
-    fitTexts(this);
     connect(m_ui->btnShutdown, &QPushButton::clicked, this, &DlgShutDown::onShutDown);
     connect(m_ui->btnCancel, &QPushButton::clicked, this, &DlgShutDown::onCancel);
     connect(m_countdownTimer.get(), &QTimer::timeout, this, &DlgShutDown::onTimer);

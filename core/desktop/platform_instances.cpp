@@ -91,41 +91,38 @@ platform::ProcessLock::ProcessLock(const QString &key)
 
 platform::ProcessLock::~ProcessLock()
 {
-    if (m_handle >= 0)
-        close(m_handle);
+    close(m_handle);
 }
 
 bool platform::ProcessLock::lock(int milliseconds)
 {
     QElapsedTimer waited;
     waited.start();
-    while (m_handle >= 0) {
-        if (setLock(m_handle, F_WRLCK))
-            return true;
+    while (!setLock(m_handle, F_WRLCK)) {
+        // No file, or a file system without locks: better unlocked than never.
         if (errno != EAGAIN && errno != EACCES && errno != EINTR)
-            return true; // a file system without locks
+            return true;
         if (waited.elapsed() >= milliseconds)
             return false;
         QThread::msleep(5);
     }
-    return true; // nothing to lock with: better unlocked than never
+    return true;
 }
 
 void platform::ProcessLock::unlock()
 {
-    if (m_handle >= 0)
-        setLock(m_handle, F_UNLCK);
+    setLock(m_handle, F_UNLCK);
 }
 
 bool platform::ProcessLock::setNote(const QByteArray &note)
 {
-    return m_handle >= 0 && ftruncate(m_handle, 0) == 0 &&
+    return ftruncate(m_handle, 0) == 0 &&
            pwrite(m_handle, note.constData(), static_cast<size_t>(note.size()), 0) == note.size();
 }
 
 QByteArray platform::ProcessLock::note() const
 {
     char bytes[4096];
-    const ssize_t count = m_handle >= 0 ? pread(m_handle, bytes, sizeof bytes, 0) : 0;
+    const ssize_t count = pread(m_handle, bytes, sizeof bytes, 0);
     return {bytes, static_cast<int>(qMax<ssize_t>(count, 0))};
 }

@@ -78,6 +78,7 @@ private slots:
         row("-s 320x180 -padtop 30", Shape::Turned, "exactly 321x241", {320, 240});
         row("-s 704x576 -aspect 16:9", Shape::Odd, "exactly 704x576", {704, 576});
         row("-s 160x90 -padtop 15 -padbottom 15", Shape::Wide, "", {160, 120});
+        row("-vcodec mpeg4", Shape::Wide, "exactly 64x48", {320, 180}); // asks for no frame
         row("-s 0x0", Shape::Odd, "", {320, 240});
         row("-vf crop=200:150 -s 160x90", Shape::Odd, "", {160, 90});
     }

@@ -18,11 +18,14 @@ void ModalDriver::look()
     if (!dialog || dialog == m_last)
         return;
     m_last = dialog;
+    // None ends a program whose window is hidden, and forms keep their size.
+    QVERIFY(!dialog->testAttribute(Qt::WA_QuitOnClose));
     if (!dialog->inherits(m_className)) {
         dialog->close();
         return;
     }
     ++m_seen;
+    QVERIFY(dialog->inherits("QMessageBox") || dialog->minimumSize() == dialog->maximumSize());
     m_action(dialog);
 }
 
