@@ -5,6 +5,8 @@
 #include "trace.h"
 
 #include <QClipboard>
+#include <QMimeData>
+#include <QUrl>
 
 #include <utility>
 
@@ -42,9 +44,26 @@ void ClipboardWatch::judge(const QString &text)
 {
     const Moment moment = m_rules.moment();
     m_kept = moment == Moment::Keep ? text : QString();
-    if (moment == Moment::Offer && m_rules.options.autoOpenNew && !text.isEmpty() &&
-        m_rules.info.isSupportedUrl(text))
+    if (moment == Moment::Offer && m_rules.options.autoOpenNew && isAddress(text))
         m_rules.offer(text);
+}
+
+bool ClipboardWatch::isAddress(const QString &text) const
+{
+    return !text.isEmpty() && m_rules.info.isSupportedUrl(text);
+}
+
+QString ClipboardWatch::addressIn(const QMimeData &data) const
+{
+    QStringList candidates;
+    for (const QUrl &url : data.urls())
+        candidates += url.toString(QUrl::FullyEncoded);
+    candidates += data.text().trimmed();
+    for (const QString &candidate : std::as_const(candidates)) {
+        if (isAddress(candidate))
+            return candidate;
+    }
+    return QString();
 }
 
 void ClipboardWatch::offerKept()

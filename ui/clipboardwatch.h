@@ -9,6 +9,7 @@
 class AppInfo;
 class Options;
 class QClipboard;
+class QMimeData;
 
 // Decides which copied text is an address to offer a download for. Where a program sees the
 // clipboard only while it has the focus, a change is told again with every activation: a text is
@@ -36,9 +37,13 @@ public:
     void activated(); // the window got the focus
     void offerKept(); // what was copied last while addresses were kept
 
+    // By the same rule, for what the person hands over: the address in it; empty: none.
+    QString addressIn(const QMimeData &data) const;
+
 private:
     void look();
     void judge(const QString &text);
+    bool isAddress(const QString &text) const;
 
     const QClipboard &m_clipboard; // the application's
     const Rules m_rules;

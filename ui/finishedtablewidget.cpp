@@ -206,6 +206,12 @@ void FinishedTableWidget::keyPressEvent(QKeyEvent *event)
         onRename();
         return;
     }
+    // The key that ends a rename comes by here as well.
+    if (event->key() == Qt::Key_Return && event->modifiers() == Qt::NoModifier &&
+        state() != EditingState && hasSingleSelection()) {
+        onPlay();
+        return;
+    }
     JobTableWidget::keyPressEvent(event);
 }
 

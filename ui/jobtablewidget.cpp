@@ -6,6 +6,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMenu>
+#include <QPainter>
 #include <QResizeEvent>
 
 #include <algorithm>
@@ -164,13 +165,57 @@ void JobTableWidget::keyPressEvent(QKeyEvent *event)
     QTableWidget::keyPressEvent(event);
 }
 
+QRect JobTableWidget::rowRect(int row) const
+{
+    const QModelIndex first = model()->index(row, 0);
+    return visualRect(first) | visualRect(first.siblingAtColumn(columnCount() - 1));
+}
+
+// Without it nobody sees which row a key is for while several are selected, or none.
+void JobTableWidget::paintEvent(QPaintEvent *event)
+{
+    QTableWidget::paintEvent(event);
+    const QModelIndex current = currentIndex();
+    if (!hasFocus() || !current.isValid())
+        return;
+    QPainter painter(viewport());
+    painter.setPen(selectionModel()->isSelected(current) ? QColor(201, 203, 221)
+                                                         : QColor(52, 54, 78));
+    painter.drawRect(rowRect(current.row()).adjusted(0, 0, -1, -1));
+}
+
+void JobTableWidget::currentChanged(const QModelIndex &current, const QModelIndex &previous)
+{
+    QTableWidget::currentChanged(current, previous);
+    viewport()->update(rowRect(current.row()));
+    viewport()->update(rowRect(previous.row()));
+}
+
+bool JobTableWidget::event(QEvent *event)
+{
+    if (event->type() != QEvent::ContextMenu)
+        return QTableWidget::event(event);
+    // By the keyboard, as the mouse's go to the viewport: the pointer may be anywhere.
+    const QRect seen = viewport()->rect();
+    if (currentIndex().isValid())
+        scrollTo(currentIndex());
+    const QRect cell = visualRect(currentIndex()) & seen;
+    showMenu(viewport()->mapToGlobal(cell.isEmpty() ? seen.topLeft() : cell.center()));
+    return true;
+}
+
 void JobTableWidget::onCustomContextMenu(const QPoint &)
+{
+    showMenu(QCursor::pos());
+}
+
+void JobTableWidget::showMenu(const QPoint &globalPosition)
 {
     QMenu menu(this);
     fillMenu(&menu);
     menu.addSeparator();
     menu.addAction(selectAllText(), this, &JobTableWidget::onSelectAll)->setEnabled(canSelectAll());
-    menu.exec(QCursor::pos());
+    menu.exec(globalPosition);
 }
 
 void JobTableWidget::onSelectAll()

@@ -54,6 +54,9 @@ protected:
     void showEvent(QShowEvent *event) override;
     void focusInEvent(QFocusEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+    void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;
+    bool event(QEvent *event) override;
 
     static bool isIgnored(int key); // left to the window around the list
     void initTable(DownloaderManager &manager, Options &options); // both must outlive the list
@@ -73,7 +76,9 @@ protected:
     void deleteJobs(const QVector<int> &idsDownwards, bool deleteFiles);
 
 private:
-    QVector<int> selectedRowNumbers() const; // in selection order
+    void showMenu(const QPoint &globalPosition); // waits for the choice
+    QRect rowRect(int row) const;                // of all its cells, in the viewport
+    QVector<int> selectedRowNumbers() const;     // in selection order
     QVector<int> elasticWidths() const;
     void setElasticWidths(const QVector<int> &widths);
 

@@ -1,5 +1,6 @@
 #include "mainwindow.h"
 
+#include "addressintake.h"
 #include "appinfo.h"
 #include "cjslib.h"
 #include "dlgabout.h"
@@ -7,7 +8,6 @@
 #include "downloadermanager.h"
 #include "jobnotifications.h"
 #include "messagebox.h"
-#include "newdownload.h"
 #include "options.h"
 #include "platform.h"
 #include "startup.h"
@@ -20,6 +20,7 @@
 #include <QClipboard>
 #include <QCloseEvent>
 #include <QContextMenuEvent>
+#include <QFile>
 #include <QShortcut>
 #include <QUrl>
 
@@ -75,24 +76,23 @@ MainWindow::~MainWindow()
     setMainWindow(nullptr);
 
     m_wakefulness.reset();
+    m_addresses.reset();
     m_notifications.reset();
-    m_newDownload.reset();
     m_stores.reset();
 }
 
 void MainWindow::makeHelpers()
 {
-    m_clipboardWatch = std::make_unique<ClipboardWatch>(
-        *QGuiApplication::clipboard(),
-        ClipboardWatch::Rules{m_stores->info, m_stores->options,
-                              [this] { return clipboardMoment(); },
-                              [this](const QString &address) { openNewDownload(address); }});
     m_notifications =
         std::make_unique<JobNotifications>(m_stores->manager, m_stores->options, this);
-    m_newDownload =
-        std::make_unique<NewDownload>(NewDownloadSurroundings{m_stores->options, m_stores->profiles,
-                                                              m_stores->scripts, m_stores->info},
-                                      &m_stores->manager, form().listViewDownloading, this);
+    m_addresses = std::make_unique<AddressIntake>(
+        AddressIntake::Surroundings{
+            {m_stores->options, m_stores->profiles, m_stores->scripts, m_stores->info},
+            m_stores->manager,
+            *form().listViewDownloading,
+            m_exit,
+            *m_notifications},
+        this);
 }
 
 void MainWindow::connectCommands()
@@ -137,7 +137,7 @@ void MainWindow::connectJobs()
         onShowContextMenu();
     });
     connect(notifications, &JobNotifications::cancelled, this,
-            [this] { m_clipboardWatch->offerKept(); });
+            [this] { m_addresses->offerKept(); });
 }
 
 void MainWindow::startTimers()
@@ -184,11 +184,7 @@ void MainWindow::showTrayMessage(const QString &title, const QString &text,
 
 void MainWindow::openNewDownload(const QString &url)
 {
-    if (m_notifications->isCountingDown())
-        return;
-    if (isVisible())
-        m_exit.comeForward();
-    m_newDownload->run(url);
+    m_addresses->open(url);
 }
 
 void MainWindow::updateDownloadList()
@@ -224,7 +220,9 @@ void MainWindow::onSettings()
 
 void MainWindow::onHelp()
 {
-    platform::openUrl(QUrl(m_stores->info.helpUrl));
+    const QString page = QCoreApplication::applicationDirPath() + QStringLiteral("/help.html");
+    platform::openUrl(QFile::exists(page) ? QUrl::fromLocalFile(page)
+                                          : QUrl(m_stores->info.helpUrl));
 }
 
 void MainWindow::onAbout()
@@ -276,15 +274,7 @@ void MainWindow::onAllFinished()
 
 void MainWindow::onClipboardChange()
 {
-    m_clipboardWatch->changed();
-}
-
-ClipboardWatch::Moment MainWindow::clipboardMoment() const
-{
-    if (m_newDownload->isOpen() || m_exit.exiting())
-        return ClipboardWatch::Moment::Drop;
-    return m_notifications->isCountingDown() ? ClipboardWatch::Moment::Keep
-                                             : ClipboardWatch::Moment::Offer;
+    m_addresses->clipboardChanged();
 }
 
 bool MainWindow::onQueryExit()
@@ -324,12 +314,12 @@ bool MainWindow::event(QEvent *event)
 {
     if (event->type() == QEvent::Close) {
         onClose();
-    } else if (event->type() == QEvent::WindowActivate && m_clipboardWatch) {
+    } else if (event->type() == QEvent::WindowActivate && m_addresses) {
         if (!isMinimized())
             m_exit.cameBack();
         // A dialog must not open inside the change of the focus.
         QMetaObject::invokeMethod(
-            this, [this] { m_clipboardWatch->activated(); }, Qt::QueuedConnection);
+            this, [this] { m_addresses->windowActivated(); }, Qt::QueuedConnection);
     } else if (event->type() == QEvent::ContextMenu && m_trayIcon) {
         // The tray's menu is within reach on a desktop without a tray as well.
         m_trayIcon->menu().popup(static_cast<QContextMenuEvent *>(event)->globalPos());

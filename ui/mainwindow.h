@@ -1,6 +1,5 @@
 #pragma once
 
-#include "clipboardwatch.h"
 #include "exitcontrol.h"
 #include "listswindow.h"
 #include "windowstate.h"
@@ -12,8 +11,8 @@
 #include <functional>
 #include <memory>
 
+class AddressIntake;
 class JobNotifications;
-class NewDownload;
 class Stores;
 class TrayIcon;
 class Wakefulness;
@@ -77,18 +76,16 @@ private:
     void connectJobs();
     void startTimers();
     void buildTray();
-    ClipboardWatch::Moment clipboardMoment() const;
 
     std::unique_ptr<Stores> m_stores; // what follows refers to it
     ExitControl m_exit;
     WindowState m_state;
     QTimer m_refreshTimer; // stopped once a real close has begun
     QTimer m_saveTimer;
-    std::unique_ptr<ClipboardWatch> m_clipboardWatch;
     bool m_settingsOpen = false;
-    std::unique_ptr<NewDownload> m_newDownload;
     std::unique_ptr<TrayIcon> m_trayIcon;
     std::unique_ptr<JobNotifications> m_notifications;
+    std::unique_ptr<AddressIntake> m_addresses;
     std::unique_ptr<Wakefulness> m_wakefulness;
     int m_exitCode = 0;
 };

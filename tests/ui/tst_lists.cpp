@@ -35,8 +35,8 @@ public:
     QString text;
 };
 
-// Opens the context menu, tells what it offers and clicks an entry.
-static QString useMenu(QTableWidget *table, const QString &entry = QString())
+// Opens the context menu by its key, tells what it offers and where, and clicks an entry.
+static QString useMenu(QTableWidget *table, const QString &entry = QString(), QPoint *at = nullptr)
 {
     QStringList offered;
     QTimer timer;
@@ -45,6 +45,8 @@ static QString useMenu(QTableWidget *table, const QString &entry = QString())
         if (!menu)
             return;
         timer.stop();
+        if (at)
+            *at = menu->pos();
         QPoint where(-1, -1); // outside: the menu closes
         for (QAction *action : menu->actions()) {
             const QString text = action->text().remove(QLatin1Char('&'));
@@ -57,7 +59,7 @@ static QString useMenu(QTableWidget *table, const QString &entry = QString())
     });
     timer.start(5);
     QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(5, 5));
-    QApplication::sendEvent(table->viewport(), &event);
+    QApplication::sendEvent(table, &event);
     return offered.join(QLatin1Char(','));
 }
 
@@ -261,6 +263,34 @@ private slots:
             QCOMPARE(readFile(file("taken"_q)), QByteArray("other"));
             QTRY_COMPARE(changed.count(), row.message.isEmpty() ? 1 : 0);
         }
+    }
+
+    void keysMeanTheCurrentRow()
+    {
+        for (int id = 1; id <= 40; ++id)
+            addShown(id, JobState::Finished);
+        m_finished->setFocus();
+        m_finished->selectRow(0);
+        const auto cell = [this](int row) {
+            return m_finished->visualItemRect(m_finished->item(row, 1));
+        };
+        const auto frame = [&](int row) {
+            const QImage seen = m_finished->viewport()->grab(cell(row)).toImage();
+            return seen.pixelColor(seen.width() / 2, 0) == QColor(52, 54, 78);
+        };
+        QTest::keyClick(m_finished, Qt::Key_Down, Qt::ControlModifier); // without selecting
+        QVERIFY(!frame(0) && frame(1));
+        m_finished->scrollToBottom();
+        QPoint menu;
+        QCOMPARE(useMenu(m_finished, QString(), &menu), "Play,Rename,Delete,Select All"_q);
+        QVERIFY((cell(1) | m_finished->visualItemRect(m_finished->item(1, 0)))
+                    .contains(m_finished->viewport()->mapFromGlobal(menu)));
+        QFile::remove(m_manager->findJob(1)->record.output_name);
+        const Answer answer("OK"_q);
+        QTest::keyClick(m_finished, Qt::Key_Enter); // the other one is nobody's
+        QCOMPARE(answer.seen(), 0);
+        QTest::keyClick(m_finished, Qt::Key_Return);
+        QCOMPARE(answer.text, "Cannot find the video"_q);
     }
 
     void missingVideoIsTold()

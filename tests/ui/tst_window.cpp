@@ -15,6 +15,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QProcess>
 #include <QPushButton>
 
@@ -93,6 +94,23 @@ private slots:
             });
             QGuiApplication::clipboard()->setText(text);
             QCOMPARE(person.seen(), row.dialogs);
+            // What is handed over is taken whatever the settings say of copied addresses.
+            const bool address = row.dialogs > 0 || !row.wanted;
+            Options::instance()->autoOpenNew = false;
+            QGuiApplication::clipboard()->setText(text);
+            QApplication::setActiveWindow(&window);
+            QTest::keySequence(&window, QKeySequence::Paste);
+            QCoreApplication::processEvents();
+            QMimeData data;
+            data.setUrls({QUrl(text.trimmed())});
+            const Qt::DropActions actions = Qt::MoveAction | Qt::LinkAction;
+            QDragEnterEvent enter(QPoint(9, 9), actions, &data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(&window, &enter);
+            QCOMPARE(enter.isAccepted() && enter.dropAction() == Qt::LinkAction, address);
+            QDropEvent drop(QPoint(9, 9), actions, &data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(&window, &drop);
+            QCoreApplication::processEvents();
+            QCOMPARE(person.seen(), row.dialogs + (address ? 2 : 0));
         }
     }
 
