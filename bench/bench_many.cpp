@@ -27,10 +27,10 @@ struct Use
 double fetchByJobs(const BenchServer &server, const QString &folder, Use *use)
 {
     DownloaderManager manager(testSurroundings({1000, 100}));
-    WebDatabase database(folder);
-    if (!database.Init())
+    ListOnThread list(folder);
+    if (!list.opened)
         giveUp(QStringLiteral("no job database"));
-    JobSaver saver(manager, database);
+    JobSaver saver(manager, *list.database, list.storage);
     QObject::connect(&manager, &DownloaderManager::sigJobsChanged, &saver, &JobSaver::saveSoon);
     QEventLoop loop;
     QObject::connect(&manager, &DownloaderManager::sigAllFinished, &loop, &QEventLoop::quit);

@@ -14,7 +14,8 @@ enum class FileState {
     Damaged,  // no job list, and will never be one
 };
 
-// The file that holds the job list, and the default connection to it. User-interface thread.
+// The file that holds the job list, and the default connection to it. The connection belongs to the
+// thread that opened it, and so does everything but the path.
 class JobListFile final
 {
 public:

@@ -10,15 +10,9 @@
 #include <algorithm>
 #include <numeric>
 
-void JobTable::forget()
+void JobTable::clear()
 {
-    m_known = false;
-    m_jobs = {};
-}
-
-void JobTable::begin()
-{
-    m_known = false;
+    m_inFile = false;
     m_jobs.clear();
 }
 

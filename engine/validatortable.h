@@ -9,7 +9,7 @@ struct StoredJob;
 
 // The validators of the stored jobs, in a table of their own beside the list, whose columns other
 // versions of the program share. A list without the table has none, and a row that fails costs the
-// next resume its protection, not the list. User-interface thread.
+// next resume its protection, not the list. The connection's thread.
 class ValidatorTable final
 {
 public:

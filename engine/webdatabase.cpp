@@ -14,6 +14,8 @@
 #include <QSqlQuery>
 #include <QVariant>
 
+#include <utility>
+
 namespace {
 
 const auto damaged = QStringLiteral("damaged");
@@ -48,6 +50,7 @@ bool WebDatabase::Init()
     TRACE() << path();
     LogFile::instance()->write(QStringLiteral("Database path:"), path());
     m_unread = true;
+    m_table.clear();
     if (OpenDatabaseFile())
         return true;
     if (m_state == FileState::Withheld)
@@ -72,8 +75,7 @@ bool WebDatabase::CreateDatabaseFile()
     const bool created = QSqlQuery(m_file.database()).exec(JobRow::createStatement());
     if (WriteVersion() && created) {
         m_unread = false;
-        m_table.begin();
-        m_table.complete();
+        m_table.setInFile(m_table.jobs().empty());
         m_foreignWrites = m_file.foreignWrites();
         return true;
     }
@@ -112,10 +114,17 @@ void WebDatabase::LogError(const QString &message, const QSqlError &error)
 
 bool WebDatabase::Read(const TakeJob &takeJob)
 {
-    // Until all of it is read, nothing may be written in its place.
+    const bool read = ReadRows();
+    TakeRows(takeJob);
+    return read;
+}
+
+bool WebDatabase::ReadRows()
+{
     m_unread = true;
+    m_rowsRead = false;
     QHash<QString, QString> validators = ValidatorTable(m_file.database()).read();
-    m_table.begin();
+    m_table.clear();
     m_foreignWrites = m_file.foreignWrites();
     QSqlQuery query(m_file.database());
     query.setForwardOnly(true);
@@ -133,13 +142,7 @@ bool WebDatabase::Read(const TakeJob &takeJob)
     while (query.next()) {
         StoredJob job(JobRow(query, &exact));
         job.validator = validators.take(job.row.guid());
-        m_table.append(job);
-        if (!takeJob([&](JobRecord &record, const OutputProfileManager &profiles) {
-                const bool stays = record.loadRow(job.row, m_version, profiles);
-                record.validator = job.validator;
-                return stays;
-            }))
-            writeError(QStringLiteral("Load Job Failed."));
+        m_table.append(std::move(job));
     }
     // A page that cannot be read ends the rows as if there were no more of them.
     if (query.lastError().isValid()) {
@@ -147,10 +150,24 @@ bool WebDatabase::Read(const TakeJob &takeJob)
         return false;
     }
     query.finish();
-    m_unread = false;
-    if (exact && validators.isEmpty() && hasIndexOf(m_table))
-        m_table.complete();
+    m_rowsRead = true;
+    m_table.setInFile(exact && validators.isEmpty() && hasIndexOf(m_table));
     return true;
+}
+
+void WebDatabase::TakeRows(const TakeJob &takeJob)
+{
+    for (const StoredJob &job : m_table.jobs()) {
+        if (!takeJob([&](JobRecord &record, const OutputProfileManager &profiles) {
+                const bool stays = record.loadRow(job.row, m_version, profiles);
+                record.validator = job.validator;
+                return stays;
+            }))
+            writeError(QStringLiteral("Load Job Failed."));
+    }
+    // Before all of it is in memory, nothing may be written in its place.
+    if (m_rowsRead)
+        m_unread = false;
 }
 
 // The rows were read without the index, which answers this; a broken one must not stay until a job
@@ -159,7 +176,7 @@ bool WebDatabase::hasIndexOf(const JobTable &table) const
 {
     QSqlQuery query(m_file.database());
     return query.exec(QStringLiteral("SELECT count(id),sum(id) FROM video_download")) &&
-           query.next() && query.value(0).toULongLong() == table.size() + 1 &&
+           query.next() && query.value(0).toULongLong() == table.jobs().size() + 1 &&
            query.value(1).toLongLong() == table.sumOfIds() + m_writtenVersion;
 }
 
@@ -197,10 +214,14 @@ bool WebDatabase::bringBack()
 
 bool WebDatabase::Save(const Records &records, int patience)
 {
+    return Save(differenceTo(records), patience);
+}
+
+bool WebDatabase::Save(JobTable::Difference difference, int patience)
+{
     if (m_unread || !bringBack())
         return false;
-    if (m_table.isKnown()) {
-        JobTable::Difference difference = m_table.differenceTo(records);
+    if (m_table.isInFile()) {
         const bool nothingToWrite = difference.isEmpty();
         m_file.setPatience(nothingToWrite ? 0 : patience);
         if (nothingToWrite && m_file.foreignWrites() == m_foreignWrites)
@@ -221,12 +242,13 @@ bool WebDatabase::Save(const Records &records, int patience)
         }
         // Whatever it was: to write all of it is right in every case.
     }
-    m_table.forget();
+    m_table.apply(std::move(difference));
+    m_table.setInFile(false);
     m_file.setPatience(patience);
-    if (WriteAll(records))
+    if (WriteAll())
         return true;
     // Damage that did not show when the list was read; all of it is in memory.
-    return m_state == FileState::Damaged && Recreate() && WriteAll(records);
+    return m_state == FileState::Damaged && Recreate() && WriteAll();
 }
 
 // A row may fail for reasons of its own; rows that a broken file did not take must not be committed
@@ -259,30 +281,25 @@ bool WebDatabase::commit()
     return false;
 }
 
-bool WebDatabase::WriteAll(const Records &records)
+bool WebDatabase::WriteAll()
 {
     // The rows of the last save stay unless all of the new ones are there.
     if (!begin())
         return false;
     bool whole = true;
     if (DeleteAll() && WriteVersion()) {
-        m_table.begin();
         QSqlQuery insertion(m_file.database());
         insertion.prepare(JobRow::insertStatement()); // what is wrong with it, each row says
         ValidatorTable validators(m_file.database());
         validators.clear();
-        for (const JobRecord *record : records) {
-            const StoredJob job(*record);
-            m_table.append(job);
-            // A row that fails is logged and does not stop the others.
+        // A row that fails is logged and does not stop the others.
+        for (const StoredJob &job : m_table.jobs())
             whole = job.row.insert(insertion) && validators.write(job) && whole;
-        }
         insertion = QSqlQuery();
-        const bool sound = holds(records.size() + 1);
+        const bool sound = holds(m_table.jobs().size() + 1);
         m_foreignWrites = m_file.foreignWrites(); // while nobody else can write
         if (sound && commit()) {
-            if (whole)
-                m_table.complete();
+            m_table.setInFile(whole);
             return true;
         }
         if (!sound) {

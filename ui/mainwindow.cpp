@@ -194,7 +194,7 @@ void MainWindow::updateDownloadList()
 
 void MainWindow::saveDownloadList()
 {
-    m_stores->saver.save();
+    m_stores->saver.saveSoon();
 }
 
 void MainWindow::onNewDownload()
@@ -292,7 +292,7 @@ void MainWindow::onExit()
 
 void MainWindow::onSaveRequest()
 {
-    saveDownloadList();
+    m_stores->saver.save(); // who asks may end the program right after
     m_state.save();
 }
 

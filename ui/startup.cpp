@@ -33,10 +33,9 @@ static void reportWithheld(const WebDatabase &database, const QString &logText)
            logText);
 }
 
-static bool readJobs(WebDatabase &database, DownloaderManager &manager)
+// The person is told why the list could not be read. False when the program must end.
+static bool replaceList(WebDatabase &database, StorageThread &storage)
 {
-    if (database.Read([&manager](const auto &fill) { return manager.loadJob(fill); }))
-        return true;
     const QString logText = QStringLiteral("Read Database.");
     switch (database.state()) {
     case FileState::Withheld:
@@ -62,7 +61,9 @@ static bool readJobs(WebDatabase &database, DownloaderManager &manager)
                        .arg(QFileInfo(database.asideName()).fileName()),
                logText);
     }
-    if (database.Recreate())
+    bool created = false;
+    storage.run([&] { created = database.Recreate(); });
+    if (created)
         return true;
     report(QMessageBox::Critical,
            QCoreApplication::translate(
@@ -107,8 +108,12 @@ Stores::Stores()
     , profiles(*OutputProfileManager::instance())
     , manager(*DownloaderManager::instance())
     , database(*WebDatabase::instance())
-    , saver(manager, database)
+    , saver(manager, database, storage)
 {
+    storage.begin([this] {
+        m_opened = database.Init();
+        m_rowsRead = m_opened && database.ReadRows();
+    });
 }
 
 // The manager first of all: its jobs work with all others.
@@ -116,7 +121,7 @@ Stores::~Stores()
 {
     saver.saveLast();
     DownloaderManager::destroyInstance();
-    WebDatabase::destroyInstance();
+    storage.run(&WebDatabase::destroyInstance);
     OutputProfileManager::destroyInstance();
     CJSLib::destroyInstance();
     LogFile::destroyInstance();
@@ -136,8 +141,11 @@ bool Stores::load()
                QStringLiteral("Load profiles.xml"));
         return false;
     }
-    if (database.Init())
-        return readJobs(database, manager);
+    storage.finish();
+    if (m_opened) {
+        database.TakeRows([this](const auto &fill) { return manager.loadJob(fill); });
+        return m_rowsRead || replaceList(database, storage);
+    }
     if (database.state() == FileState::Withheld) {
         reportWithheld(database, QStringLiteral("Load Database."));
         return false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "jobsaver.h"
+#include "storagethread.h"
 
 class AppInfo;
 class CJSLib;
@@ -19,7 +20,9 @@ void updateScripts(Options &options, const AppInfo &info);
 class Stores final
 {
 public:
-    Stores();  // with the settings loaded, the others empty
+    // With the settings loaded. The file of the job list begins to be read, because it may be long;
+    // the others are empty.
+    Stores();
     ~Stores(); // unfinished jobs are stopped, and all of them saved
     Stores(const Stores &) = delete;
     Stores &operator=(const Stores &) = delete;
@@ -34,6 +37,11 @@ public:
     CJSLib &scripts;
     OutputProfileManager &profiles;
     DownloaderManager &manager;
-    WebDatabase &database;
+    WebDatabase &database; // opened, read and destroyed on this thread:
+    StorageThread storage;
     JobSaver saver;
+
+private:
+    bool m_opened = false; // these two are known when the storage thread has nothing left to do
+    bool m_rowsRead = false;
 };

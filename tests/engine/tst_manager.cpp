@@ -148,8 +148,8 @@ private slots:
 
     void runningAndPausedJobsSurviveTheEnd()
     {
-        WebDatabase database(m_sandbox.path("list/"_q));
-        QVERIFY(database.Init());
+        ListOnThread list(m_sandbox.path("list/"_q));
+        QVERIFY(list.opened);
         m_site.server.setResponse("/stream", EngineFixture::stream(300000, 300000));
         qint64 bytes = 0;
         {
@@ -158,11 +158,14 @@ private slots:
             HttpJob *paused = manager.addJob(m_site.info("Paused"_q));
             QTRY_VERIFY(paused->record.download_bytes > 0 && running->record.download_bytes > 0);
             QVERIFY(manager.pauseJob(2));
-            QVERIFY(JobSaver(manager, database).saveLast());
+            QVERIFY(JobSaver(manager, *list.database, list.storage).saveLast());
             bytes = running->record.download_bytes;
         }
         DownloaderManager manager(EngineFixture::surroundings());
-        QVERIFY(readJobs(database, manager));
+        bool read = false;
+        list.storage.run([&] { read = list.database->ReadRows(); });
+        list.database->TakeRows([&](const auto &fill) { return manager.loadJob(fill); });
+        QVERIFY(read);
         HttpJob *running = manager.findJob(1);
         QVERIFY(running && manager.findJob(2));
         QCOMPARE(qint64(running->record.download_bytes), bytes); // stopped before it was saved
@@ -186,11 +189,10 @@ private slots:
                 response.cutAfter = 1 + bytes / 4 * (bytes % 4);
             return response;
         });
-        WebDatabase database(m_sandbox.path("random/"_q));
-        QVERIFY(database.Init());
+        ListOnThread list(m_sandbox.path("random/"_q));
         DownloaderManager manager(EngineFixture::surroundings());
-        JobSaver saver(manager, database);
-        connect(&manager, &DownloaderManager::sigJobsChanged, &saver, &JobSaver::save);
+        JobSaver saver(manager, *list.database, list.storage);
+        connect(&manager, &DownloaderManager::sigJobsChanged, &saver, &JobSaver::saveSoon);
         std::mt19937 random(1);
         QMap<int, qint64> sizes;
         const auto add = [&] {
@@ -224,6 +226,7 @@ private slots:
         for (auto it = sizes.cbegin(); it != sizes.cend(); ++it)
             QVERIFY(isPattern(manager.findJob(it.key())->record.output_name, it.value()));
         QCOMPARE(m_site.outputFiles().size(), sizes.size());
+        QVERIFY(saver.save());
     }
 
 private:
