@@ -60,6 +60,9 @@ HttpJob *DownloaderManager::registerJob(std::unique_ptr<HttpJob> job)
         m_laterOfId[id].append(registered);
     else
         m_jobOfId.insert(id, registered);
+    // A finished job has nothing to say any more, and of a long list most are.
+    if (registered->record.video_state == JobState::Finished)
+        return registered;
     connect(registered, &HttpJob::sigFinished, this, &DownloaderManager::onFinished);
     // A list that does not know the file's name could not go on with it after a crash.
     connect(registered, &HttpJob::sigSourceCreated, this, &DownloaderManager::noteChange);

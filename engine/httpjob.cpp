@@ -27,13 +27,7 @@ void writeLog(const char *tag, const QString &text)
 HttpJob::HttpJob(const JobSurroundings &surroundings)
     : m_surroundings(surroundings)
     , m_startTick(platform::tickCount())
-    , m_retries(surroundings.delays)
-    , m_feed(record, surroundings.profiles)
 {
-    connect(&m_retries, &TransferRetries::due, this, &HttpJob::onDownloadRetry);
-    connect(&m_feed, &ConversionFeed::converted, this, &HttpJob::onConvertFinished);
-    connect(&m_feed, &ConversionFeed::failed, this, &HttpJob::onConvertError);
-    connect(&m_feed, &ConversionFeed::sourceCut, this, &HttpJob::onSourceCut);
 }
 
 HttpJob::~HttpJob()
@@ -41,6 +35,19 @@ HttpJob::~HttpJob()
     TRACE() << "~HttpJob";
     // The transfer writes into the record, which is gone before the children are.
     stopThread();
+}
+
+HttpJob::Work &HttpJob::work()
+{
+    if (m_work)
+        return *m_work;
+    m_work.reset(
+        new Work{TransferRetries(m_surroundings.delays), {record, m_surroundings.profiles}});
+    connect(&m_work->retries, &TransferRetries::due, this, &HttpJob::onDownloadRetry);
+    connect(&m_work->feed, &ConversionFeed::converted, this, &HttpJob::onConvertFinished);
+    connect(&m_work->feed, &ConversionFeed::failed, this, &HttpJob::onConvertError);
+    connect(&m_work->feed, &ConversionFeed::sourceCut, this, &HttpJob::onSourceCut);
+    return *m_work;
 }
 
 void HttpJob::init(const VideoInfo &info, int id)
@@ -89,7 +96,7 @@ void HttpJob::start()
     // -1 would have the transfer's thread look for the quality in the options.
     if (record.quality_index < 0)
         record.quality_index = qMax(0, m_surroundings.profiles.qualities().size() - 1);
-    m_retries.reset();
+    work().retries.reset();
     prepareConversion();
     // A conversion that could not begin has ended the job already.
     if (isRunning())
@@ -98,11 +105,11 @@ void HttpJob::start()
 
 void HttpJob::startTransfer()
 {
-    m_retries.cancel();
+    work().retries.cancel();
     if (record.download_bytes == record.total_bytes) {
-        if (m_feed.isOpen() || QFile::exists(record.video_mame)) {
+        if (work().feed.isOpen() || QFile::exists(record.video_mame)) {
             // A pause or an error may have come before the end of the transfer was heard of.
-            if (!m_feed.drainBegan())
+            if (!work().feed.drainBegan())
                 onDownloadFinished();
             return;
         }
@@ -128,7 +135,8 @@ void HttpJob::stopThread()
         m_thread->abandon();
         m_thread = nullptr;
     }
-    m_retries.cancel();
+    if (m_work)
+        m_work->retries.cancel();
 }
 
 void HttpJob::pause()
@@ -136,7 +144,8 @@ void HttpJob::pause()
     record.spend_time += platform::tickCount() - m_startTick;
     record.video_state = JobState::Stopped;
     record.changeFlags.set(StateChanged);
-    m_feed.pause();
+    if (m_work)
+        m_work->feed.pause();
     stopThread();
 }
 
@@ -144,7 +153,8 @@ void HttpJob::stop()
 {
     record.spend_time += platform::tickCount() - m_startTick;
     stopThread();
-    m_feed.stop();
+    if (m_work)
+        m_work->feed.stop();
 }
 
 void HttpJob::remove(bool deleteFiles)
@@ -175,13 +185,13 @@ bool HttpJob::isRunning() const
 
 void HttpJob::prepareConversion()
 {
-    if (!m_feed.prepare())
+    if (!work().feed.prepare())
         onConvertError(ConversionNotStarted);
 }
 
 void HttpJob::onDownloadReceive(qint64)
 {
-    if (!m_feed.feed())
+    if (!work().feed.feed())
         onConvertError(ConversionNotStarted);
 }
 
@@ -203,7 +213,7 @@ void HttpJob::onDownloadFinished()
     if (record.output_format == 0) {
         record.output_name = record.video_mame;
         finish();
-    } else if (!m_feed.drain()) {
+    } else if (!work().feed.drain()) {
         if (QFile::exists(record.video_mame)) {
             onConvertError(ConversionNotStarted);
         } else {
@@ -215,21 +225,21 @@ void HttpJob::onDownloadFinished()
 
 void HttpJob::retryAfterShortTransfer()
 {
-    if (!m_retries.afterShortTransfer())
+    if (!work().retries.afterShortTransfer())
         onDownloadError(TooManyShortTransfers);
 }
 
 // The encoder may hold bytes that are to come again: it begins anew as well.
 void HttpJob::onSourceCut()
 {
-    m_feed.stop();
+    work().feed.stop();
     record.forgetSource();
     retryAfterShortTransfer();
 }
 
 void HttpJob::onDownloadRetry()
 {
-    m_retries.begin();
+    work().retries.begin();
     if (record.video_state == JobState::Stopped)
         return;
     stopThread();
@@ -238,7 +248,7 @@ void HttpJob::onDownloadRetry()
 
 void HttpJob::onRetry()
 {
-    m_retries.afterError();
+    work().retries.afterError();
 }
 
 void HttpJob::onDownloadError(qint32 err)
@@ -250,7 +260,7 @@ void HttpJob::onDownloadError(qint32 err)
         fail();
         return;
     }
-    m_retries.logError();
+    work().retries.logError();
     onRetry();
 }
 
@@ -291,13 +301,13 @@ void HttpJob::onError()
 
 void HttpJob::finish()
 {
-    m_feed.end();
+    work().feed.end();
     // A file that keeps its intermediate name is still the finished video.
     if (!record.finalizeOutput(m_surroundings.options.deleteTempFile) &&
         !QFile::exists(record.output_name)) {
         // Somebody took it away. The downloaded file is still there for the next start.
         writeLog("Convert:", QStringLiteral("Failed(no converted file)"));
-        m_feed.stop();
+        work().feed.stop();
         endAs(JobState::Errored);
         return;
     }

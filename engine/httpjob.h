@@ -8,6 +8,8 @@
 
 #include <QObject>
 
+#include <memory>
+
 class HttpThread;
 
 // One download job: its states, from the start of the transfer to the end. User-interface thread.
@@ -60,9 +62,16 @@ private:
     void finish();
     void fail();
 
+    // What a job works with. Most jobs of a long list are never started again and do without.
+    struct Work
+    {
+        TransferRetries retries;
+        ConversionFeed feed;
+    };
+    Work &work(); // made when it is first needed
+
     const JobSurroundings m_surroundings;
     HttpThread *m_thread = nullptr; // child; deletes itself once abandoned
     quint32 m_startTick;            // tick count of the last start, milliseconds
-    TransferRetries m_retries;
-    ConversionFeed m_feed;
+    std::unique_ptr<Work> m_work;
 };

@@ -35,7 +35,7 @@ public:
     // even where the file could not be read to its end. The list counts as read after both.
     bool ReadRows();
     void TakeRows(const TakeJob &takeJob);
-    bool Recreate();                   // a new, empty list in place of a damaged or lost one
+    bool Recreate(); // a new, empty list in place of a damaged or lost one
     // Leaves the records in the file, in that order, in one transaction; those whose row fails are
     // left out. Writes what has changed since the last time, nothing for no change, and all of it
     // where the file may hold something else. A file that was taken away meanwhile is made anew,

@@ -1,10 +1,8 @@
 #include "enginefixture.h"
-#include "jobsaver.h"
 #include "literals.h"
 #include "surroundings.h"
 
 #include <QProcess>
-#include <QSignalSpy>
 #include <QSqlQuery>
 
 #include <random>
@@ -153,7 +151,8 @@ private slots:
         DownloaderManager manager(EngineFixture::surroundings());
         QVERIFY(addJob(manager) && m_database->Save(manager.records()));
         QVERIFY(m_database->Init());
-        QVERIFY(!m_database->Save(JobTable::Records())); // what is in the file has not been read yet
+        QVERIFY(
+            !m_database->Save(JobTable::Records())); // what is in the file has not been read yet
         QVERIFY(m_database->ReadRows() && !m_database->Save(JobTable::Records()));
         {
             QSqlDatabase other = QSqlDatabase::addDatabase("QSQLITE"_q, "other"_q);
@@ -285,56 +284,6 @@ private slots:
         query = QSqlQuery();
         other = QSqlDatabase();
         QSqlDatabase::removeDatabase("other"_q);
-    }
-
-    // One transaction for the first, one for the others; and the window does not wait for either.
-    void jobsThatChangeTogetherAreSavedTogether()
-    {
-        ListOnThread list(m_sandbox.path("soon/"_q));
-        const auto transactions = [&] { // as the file itself counts them
-            return readFile(list.database->path()).mid(24, 4).toHex().toUInt(nullptr, 16);
-        };
-        DownloaderManager manager(EngineFixture::surroundings());
-        JobSaver saver(manager, *list.database, list.storage);
-        JobRecord &record = addJob(manager)->record;
-        QVERIFY(saver.save());
-        const uint before = transactions();
-        {
-            QSqlDatabase other = QSqlDatabase::addDatabase("QSQLITE"_q, "other"_q);
-            other.setDatabaseName(list.database->path());
-            QVERIFY(other.open() && QSqlQuery(other).exec("BEGIN EXCLUSIVE"_q));
-            QElapsedTimer clock;
-            clock.start();
-            for (const QString &page : {"at once"_q, "in a moment"_q, "the last one"_q}) {
-                record.page = page;
-                saver.saveSoon();
-            }
-            QVERIFY(clock.elapsed() < WebDatabase::quickPatience);
-            other.close();
-        }
-        QSqlDatabase::removeDatabase("other"_q);
-        QTRY_VERIFY(readFile(list.database->path()).contains("the last one"));
-        QVERIFY(saver.save() && transactions() <= before + 2);
-    }
-
-    void failingSavesAreToldOnce()
-    {
-        DownloaderManager manager(EngineFixture::surroundings());
-        m_database.reset();
-        QVERIFY(QDir(m_folder).removeRecursively());
-        ListOnThread list(m_folder);
-        JobSaver saver(manager, *list.database, list.storage);
-        const QSignalSpy told(&saver, &JobSaver::sigSavingFails);
-        const QString blocked = m_sandbox.path("list"_q);
-        for (int time = 0; time < 2; ++time) {
-            QVERIFY(QDir(m_folder).removeRecursively() && writeFile(blocked, "in the way"));
-            QVERIFY(!saver.save());
-            QCOMPARE(told.count(), time); // it may have been a moment's lock
-            QVERIFY(!saver.save() && !saver.save());
-            QCOMPARE(told.count(), time + 1);
-            QVERIFY(QFile::remove(blocked));
-            QVERIFY(saver.save());
-        }
     }
 
 private:

@@ -4,6 +4,7 @@
 #include "surroundings.h"
 
 #include <QSignalSpy>
+#include <QSqlQuery>
 
 #include <climits>
 #include <pthread.h>
@@ -176,6 +177,54 @@ private slots:
         QVERIFY(isPattern(running->record.output_name, 300000));
         QVERIFY(m_site.server.requests("/stream").first().header("Range").startsWith("bytes="));
         QCOMPARE(manager.findJob(2)->record.video_state, JobState::Stopped);
+    }
+
+    // One transaction for the first, one for the others; and the window does not wait for either.
+    void jobsThatChangeTogetherAreSavedTogether()
+    {
+        ListOnThread list(m_sandbox.path("soon/"_q));
+        const auto transactions = [&] { // as the file itself counts them
+            return readFile(list.database->path()).mid(24, 4).toHex().toUInt(nullptr, 16);
+        };
+        DownloaderManager manager(EngineFixture::surroundings());
+        JobSaver saver(manager, *list.database, list.storage);
+        JobRecord &record = addStored(manager, 7, JobState::Stopped)->record;
+        QVERIFY(saver.save());
+        const uint before = transactions();
+        {
+            QSqlDatabase other = QSqlDatabase::addDatabase("QSQLITE"_q, "other"_q);
+            other.setDatabaseName(list.database->path());
+            QVERIFY(other.open() && QSqlQuery(other).exec("BEGIN EXCLUSIVE"_q));
+            QElapsedTimer clock;
+            clock.start();
+            for (const QString &page : {"at once"_q, "in a moment"_q, "the last one"_q}) {
+                record.page = page;
+                saver.saveSoon();
+            }
+            QVERIFY(clock.elapsed() < WebDatabase::quickPatience);
+            other.close();
+        }
+        QSqlDatabase::removeDatabase("other"_q);
+        QTRY_VERIFY(readFile(list.database->path()).contains("the last one"));
+        QVERIFY(saver.save() && transactions() <= before + 2);
+    }
+
+    void failingSavesAreToldOnce()
+    {
+        DownloaderManager manager(EngineFixture::surroundings());
+        const QString blocked = m_sandbox.path("told"_q);
+        ListOnThread list(blocked + QLatin1Char('/'));
+        JobSaver saver(manager, *list.database, list.storage);
+        const QSignalSpy told(&saver, &JobSaver::sigSavingFails);
+        for (int time = 0; time < 2; ++time) {
+            QVERIFY(QDir(blocked).removeRecursively() && writeFile(blocked, "in the way"));
+            QVERIFY(!saver.save());
+            QCOMPARE(told.count(), time); // it may have been a moment's lock
+            QVERIFY(!saver.save() && !saver.save());
+            QCOMPARE(told.count(), time + 1);
+            QVERIFY(QFile::remove(blocked));
+            QVERIFY(saver.save());
+        }
     }
 
     // Whatever a person does in whatever order, and wherever a stream is cut: no job and no byte is
