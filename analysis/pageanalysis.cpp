@@ -147,7 +147,9 @@ QString PageAnalysis::fetch(const SiteAccess &access)
     bool more = true;
     for (int attempt = 0; attempt < fetchAttempts && more; ++attempt) {
         text = m_fetcher.get(access);
-        more = text.isEmpty() && !m_fetcher.isStopped() && !m_fetcher.isRefused();
+        // What would be met again is told at once to who is told why.
+        const bool final = access.tellsReasons && m_fetcher.isRefused();
+        more = text.isEmpty() && !m_fetcher.isStopped() && !final;
     }
     return text;
 }
