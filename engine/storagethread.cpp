@@ -6,21 +6,25 @@ StorageThread::StorageThread()
     : m_thread(QThread::create([this] { workOn(); }))
 {
     m_thread->start();
+    m_isThere = m_thread->isRunning();
 }
 
 StorageThread::~StorageThread()
 {
+    if (!m_isThere)
+        return;
     {
-        const std::lock_guard lock(m_mutex);
+        std::unique_lock lock(m_mutex);
         m_ending = true;
+        m_changed.notify_all();
+        m_changed.wait(lock, [this] { return m_ended; });
     }
-    m_changed.notify_all();
     m_thread->wait();
 }
 
 void StorageThread::begin(Work work)
 {
-    if (!m_thread->isRunning()) {
+    if (!m_isThere) {
         work();
         return;
     }
@@ -42,8 +46,11 @@ void StorageThread::workOn()
     std::unique_lock lock(m_mutex);
     for (;;) {
         m_changed.wait(lock, [this] { return m_ending || !m_works.empty(); });
-        if (m_works.empty())
+        if (m_works.empty()) {
+            m_ended = true;
+            m_changed.notify_all();
             return;
+        }
         Work &work = m_works.front(); // stays where it is while others are appended
         lock.unlock();
         work();

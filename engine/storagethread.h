@@ -35,6 +35,8 @@ private:
     std::condition_variable m_changed;
     std::deque<Work> m_works; // the first of them is being done
     bool m_ending = false;
-    // Does not run when the system had no thread to give: then the caller does the work himself.
+    bool m_ended = false;
     const std::unique_ptr<QThread> m_thread;
+    // Not when the system had no thread to give: then the caller does the work himself.
+    bool m_isThere = false;
 };
