@@ -19,6 +19,7 @@ static const QByteArray profiles =
     "<p><video_quality><q value='1x1' display='Low'/><q value='2x2' display='High'/>"
     "</video_quality><save_as>"
     "<g des='g'><i id='7' display='Phone' value='' ext='m' size='0x0' fixed_size='0'/></g>"
+    "<g des='h'><i id='8' display='TV' value='' ext='m' size='0x0' fixed_size='0'/></g>"
     "</save_as></p>";
 
 // The dialog and its parts as a person finds them.
@@ -106,6 +107,7 @@ private slots:
         const QString url = m_server.url("/w1/watch"_q).mid(7); // without a scheme
         const Form form(m_surroundings);
         QCOMPARE(form.quality->currentText() + form.format->currentText(), "High"_q);
+        QCOMPARE(form.quality->count() + form.format->count(), 6); // a separator in each
         form.address->setText(" "_q + QString(url).insert(9, QLatin1Char(' ')));
         form.quality->setCurrentText("Low"_q);
         form.format->setCurrentText("Phone"_q);

@@ -1,5 +1,6 @@
 #include "testmain.h"
 
+#include <QDir>
 #include <QProcess>
 
 #include <csignal>
@@ -26,6 +27,8 @@ private slots:
         const QString full = QString::fromUtf8("größer 映画").leftJustified(4080, QLatin1Char('m'));
         Program first;
         QVERIFY(first.says("first"));
+        // The session's own folder, not one that others could have made.
+        QVERIFY(!QDir(QString::fromLocal8Bit(m_runtime)).isEmpty());
         for (const QString &message : {full, QStringLiteral("1")}) {
             Program second({message});
             QVERIFY(second.waitForFinished());

@@ -205,6 +205,7 @@ private slots:
         tabs->setCurrentWidget(finished->parentWidget());
         QCoreApplication::processEvents();
         QCOMPARE(finished->columnWidth(0), 487);
+        QCOMPARE(child<QTableWidget>(window, "listViewDownloading")->size(), finished->size());
         window.resize(size); // and in front of it
         QCOMPARE(finished->columnWidth(0), 387);
         tabs->setCurrentIndex(0);
