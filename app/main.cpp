@@ -54,6 +54,9 @@ int main(int argc, char **argv)
     const QByteArray token = platform::startToken();
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    // As large as the desktop says, not the next whole number.
+    QGuiApplication::setHighDpiScaleFactorRoundingPolicy(
+        Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
     SingleApplication application(argc, argv, title,
                                   Options::appDataPath() + QStringLiteral("Task.dat"));
     if (application.isRunning()) {

@@ -5,6 +5,8 @@
 #include <QLabel>
 #include <QPushButton>
 
+static constexpr int margin = 4; // in pixels, at the edge of a form
+
 // The width of a text with what belongs to it: the box before it, the rim of a button around it.
 static int neededWidth(const QWidget *widget, const QString &text)
 {
@@ -16,11 +18,11 @@ static int neededWidth(const QWidget *widget, const QString &text)
 
 static bool fits(const QWidget *widget, const QString &text, const QWidget *form)
 {
-    constexpr int margin = 4;
     const int right = form->width() - widget->mapTo(form, QPoint(0, 0)).x() - margin;
-    // What is above the capitals stays empty.
+    // What is above the capitals stays empty. A text is in the middle: what is too much of it is
+    // missing below as well.
     const QFontMetrics font = widget->fontMetrics();
-    const int height = font.size(0, text).height() - font.ascent() + font.capHeight();
+    const int height = font.size(0, text).height() - qMin(font.ascent() - font.capHeight(), 2);
     return neededWidth(widget, text) <= qMin(widget->width(), right) && height <= widget->height();
 }
 
@@ -39,9 +41,28 @@ static void fitEach(QWidget *form)
     }
 }
 
+// The toolkit mirrors what stands in a row, and the inside of everything: a box that reaches over
+// the right edge of its form, where it has nothing to show, would have its tick there.
+static void mirror(QWidget *form)
+{
+    const QRect seen = form->rect().adjusted(0, 0, -margin, 0);
+    for (QObject *child : form->children()) {
+        auto *widget = qobject_cast<QWidget *>(child);
+        if (!widget || widget->isWindow())
+            continue;
+        QRect place = widget->geometry() & seen;
+        place.moveLeft(form->width() - place.width() - place.x());
+        widget->setGeometry(place);
+        if (widget->metaObject() == &QWidget::staticMetaObject && !widget->layout())
+            mirror(widget); // a frame around others
+    }
+}
+
 void fitTexts(QWidget *form)
 {
     form->ensurePolished();
     fitEach<QLabel>(form);
     fitEach<QAbstractButton>(form);
+    if (form->isRightToLeft())
+        mirror(form);
 }

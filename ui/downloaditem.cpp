@@ -108,7 +108,8 @@ void DownloadItem::paintProgress(QPainter *painter, const QStyleOptionViewItem &
     if (reading->failed) {
         painter->setRenderHint(QPainter::Antialiasing);
         painter->setFont(QFont(QStringLiteral("Arial"), 8));
-        painter->setPen(Qt::red);
+        // Red on the fill of a selected row cannot be read.
+        painter->setPen(isSelected(option) ? QColor(255, 214, 214) : QColor(Qt::red));
         painter->drawText(cell, Qt::AlignCenter, stateDescription(JobState::Errored));
         return;
     }

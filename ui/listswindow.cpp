@@ -132,12 +132,16 @@ void ListsWindow::place(const QSize &window)
     m_ui->listViewDownloading->place(QRect(m_ui->listViewDownloading->pos(), list));
     m_ui->listViewFinished->place(QRect(m_ui->listViewFinished->pos(), list));
 
-    int right = window.width() - 11;
+    // Where the tabs do not begin.
+    int taken = 11;
     for (QPushButton *button : {m_ui->btnAbout, m_ui->btnHelp, m_ui->btnSettings}) {
         QRect place = button->geometry();
-        place.moveRight(right);
+        if (isRightToLeft())
+            place.moveLeft(taken);
+        else
+            place.moveRight(window.width() - taken);
         button->move(place.topLeft());
-        right = place.left() - 1;
+        taken += place.width();
     }
 }
 

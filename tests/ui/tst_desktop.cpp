@@ -1,7 +1,10 @@
 #include "closesystem.h"
+#include "dlgshutdown.h"
 #include "files.h"
+#include "jobnotifications.h"
 #include "literals.h"
 #include "logfile.h"
+#include "modaldriver.h"
 #include "platform.h"
 #include "surroundings.h"
 #include "testmain.h"
@@ -159,10 +162,10 @@ private slots:
         m_sandbox.loadOptions();
         DownloaderManager manager(testSurroundings());
         const Wakefulness awake(manager);
-        manager.addLoadedJob(manager.newJob());
+        HttpJob *job = addJob(&manager, "video"_q, JobState::Stopped);
         for (const auto state : {JobState::Stopped, JobState::Start}) {
             QCOMPARE(m_services.expect(QString()), QString());
-            manager.jobs().front()->record.video_state = state;
+            job->record.video_state = state;
             emit manager.sigJobsChanged();
             bool answered = false; // and all that was asked before
             platform::askForShutDown(this, [&](platform::ShutDown) { answered = true; });
@@ -170,7 +173,7 @@ private slots:
         }
         QCOMPARE(m_services.expect(QString()), "Inhibitidleblock"_q);
         QVERIFY(!isGivenBack(handedOut));
-        manager.jobs().front()->record.video_state = JobState::Errored;
+        job->record.video_state = JobState::Errored;
         emit manager.sigJobsChanged();
         QTRY_VERIFY(isGivenBack(handedOut));
         close(handedOut);
@@ -212,6 +215,55 @@ private slots:
         m_bus.unregisterService("org.freedesktop.Notifications"_q);
     }
 
+    void endOfAJobIsAnnouncedToWhoWantsIt()
+    {
+        DownloaderManager manager(testSurroundings());
+        const int id = addJob(&manager, "50% %1"_q, JobState::Errored)->record.id;
+        QStringList balloons;
+        JobNotifications notifications(manager, *Options::instance(), nullptr);
+        connect(
+            &notifications, &JobNotifications::balloon, this,
+            [&](const QString &title, const QString &text) { balloons += title + "|"_q + text; });
+        for (bool wanted : {true, false}) {
+            Options::instance()->notifyWhenFinished = wanted;
+            notifications.jobEnded(id);
+        }
+        QCOMPARE(balloons, QStringList{"Download Failed|Failed to download \"50% %1\"."_q});
+        // What must be known is said whatever the desktop has to say it with.
+        connect(&notifications, &JobNotifications::balloon, &notifications,
+                &JobNotifications::balloonUnseen);
+        const ModalDriver person("QMessageBox");
+        notifications.savingFails("Task.dat"_q);
+        Options::instance()->notifyWhenFinished = true;
+        notifications.jobEnded(id);
+        QTRY_COMPARE(person.seen(), 1);
+    }
+
+    void countdownShutsDownOnlyWhenAskedFor()
+    {
+        m_sandbox.loadOptions(true);
+        DlgShutDown countdown(nullptr, 2);
+        QCOMPARE(countdown.exec(), int(QDialog::Accepted)); // by itself
+        DownloaderManager manager(testSurroundings());
+        JobNotifications notifications(manager, *Options::instance(), nullptr);
+        const int before = m_sandbox.logLines().count("CloseSystem:Enter"_q);
+        int countdowns = 0;
+        const auto shutDown = [&](bool wanted, const QString &button) {
+            const ModalDriver person("DlgShutDown", ModalDriver::press(button));
+            Options::instance()->shutDownWhenAllFinished = wanted;
+            notifications.allEnded();
+            countdowns += person.seen();
+            return m_sandbox.logLines().count("CloseSystem:Enter"_q) > before;
+        };
+        QVERIFY(!shutDown(false, "btnShutdown"_q));
+        QVERIFY(!shutDown(true, "btnCancel"_q));
+        HttpJob *job = addJob(&manager, "unfinished"_q, JobState::Stopped);
+        QVERIFY(!shutDown(true, "btnShutdown"_q));
+        job->record.video_state = JobState::Errored;
+        QVERIFY(shutDown(true, "btnShutdown"_q));
+        QCOMPARE(countdowns, 2);
+    }
+
     void opensFiles()
     {
         const QByteArray video = m_sandbox.path("a video.mp4"_q).toUtf8();
@@ -237,6 +289,15 @@ private slots:
     }
 
 private:
+    static HttpJob *addJob(DownloaderManager *manager, const QString &title, JobState state)
+    {
+        auto job = manager->newJob();
+        job->record.id = 1;
+        job->record.title = title;
+        job->record.video_state = state;
+        manager->addLoadedJob(std::move(job));
+        return manager->jobs().back().get();
+    }
     // The power service is there and gives one away. The result is closed by whoever wants it.
     int handOutInhibitor()
     {

@@ -19,7 +19,7 @@
 static constexpr int Width = 210; // the bar in it is 200 wide, from 5 to 204
 static constexpr int Height = 40;
 
-static QImage paint(int column, const QString &text)
+static QImage paint(int column, const QString &text, QStyle::State state = QStyle::State_None)
 {
     QStandardItemModel model(1, 4);
     model.setData(model.index(0, column), text);
@@ -27,7 +27,8 @@ static QImage paint(int column, const QString &text)
     image.fill(Qt::white);
     QStyleOptionViewItem option;
     option.rect = image.rect();
-    option.state = QStyle::State_Enabled;
+    option.state = QStyle::State_Enabled | state;
+    option.showDecorationSelected = true;
     option.textElideMode = Qt::ElideNone;
     option.features = QStyleOptionViewItem::WrapText;
     QPainter painter(&image);
@@ -121,6 +122,14 @@ private slots:
         const QRect word = ink(paint(3, "1 4 12 4"_q));
         QVERIFY(word.width() > 20 && word.width() < 60);
         QVERIFY(qAbs(word.center().x() - Width / 2) < 3 && qAbs(word.center().y() - 20) < 4);
+        // On a selected row it is as far from the fill as it has to be.
+        const QImage selected = paint(3, "1 4 12 4"_q, QStyle::State_Selected);
+        int lightest = 0;
+        for (int x = word.left(); x <= word.right(); ++x) {
+            for (int y = word.top(); y <= word.bottom(); ++y)
+                lightest = qMax(lightest, qGray(selected.pixel(x, y)));
+        }
+        QVERIFY2(lightest > 200, qPrintable(QString::number(lightest)));
     }
 
     void titleStaysLeftAndEndsInDots()

@@ -1,7 +1,6 @@
-#include "dlgshutdown.h"
+#include "dlgsettings.h"
 #include "downloadermanager.h"
 #include "downloadtablewidget.h"
-#include "jobnotifications.h"
 #include "literals.h"
 #include "mainwindow.h"
 #include "modaldriver.h"
@@ -18,6 +17,8 @@
 #include <QMimeData>
 #include <QProcess>
 #include <QPushButton>
+#include <QStyleOptionButton>
+#include <QTabBar>
 
 // The window over real stores, with an update server that refuses, and what stands beside it.
 class WindowTest final : public QObject
@@ -215,6 +216,29 @@ private slots:
         QCOMPARE(finished->columnWidth(0), 487); // and once only
     }
 
+    void nothingCoversAnythingInEitherDirection()
+    {
+        for (const auto direction : {Qt::LeftToRight, Qt::RightToLeft}) {
+            QApplication::setLayoutDirection(direction);
+            MainWindow window(true);
+            const auto *tabs = child<QTabWidget>(window, "tabWidget")->tabBar();
+            QRegion taken = QRegion(tabs->tabRect(0) | tabs->tabRect(1)).translated(tabs->pos());
+            for (const char *name : {"btnSettings", "btnHelp", "btnAbout"}) {
+                const QRect place = child<QPushButton>(window, name)->geometry();
+                QVERIFY2(!taken.intersects(place) && window.rect().contains(place), name);
+                taken += place;
+            }
+            const DlgSettings dialog(*Options::instance());
+            const auto *box = child<QCheckBox>(dialog, "checkBoxAuto");
+            QStyleOptionButton tick;
+            tick.initFrom(box);
+            const QRect indicator =
+                box->style()->subElementRect(QStyle::SE_CheckBoxIndicator, &tick, box);
+            QVERIFY(dialog.rect().contains(indicator.translated(box->pos())));
+        }
+        QApplication::setLayoutDirection(Qt::LeftToRight);
+    }
+
     void startsWithoutProfilesEndWithAMessage()
     {
         QVERIFY(QFile::remove(profiles()));
@@ -227,29 +251,6 @@ private slots:
         QCOMPARE(window.exitCode(), 2);
         QVERIFY(text.startsWith("Failed to load profiles."_q));
         QVERIFY(m_sandbox.logLines().contains("Failed:Load profiles.xml"_q));
-    }
-
-    void countdownShutsDownOnlyWhenAskedFor()
-    {
-        DlgShutDown countdown(nullptr, 2);
-        QCOMPARE(countdown.exec(), int(QDialog::Accepted)); // by itself
-        DownloaderManager manager(testSurroundings());
-        JobNotifications notifications(manager, *Options::instance(), nullptr);
-        int countdowns = 0;
-        const auto shutDown = [&](bool wanted, const QString &button) {
-            const ModalDriver person("DlgShutDown", ModalDriver::press(button));
-            Options::instance()->shutDownWhenAllFinished = wanted;
-            notifications.allEnded();
-            countdowns += person.seen();
-            return m_sandbox.logLines().contains("CloseSystem:Enter"_q);
-        };
-        QVERIFY(!shutDown(false, "btnShutdown"_q));
-        QVERIFY(!shutDown(true, "btnCancel"_q));
-        HttpJob *job = addJob(&manager, "unfinished"_q, JobState::Stopped);
-        QVERIFY(!shutDown(true, "btnShutdown"_q));
-        job->record.video_state = JobState::Errored;
-        QVERIFY(shutDown(true, "btnShutdown"_q));
-        QCOMPARE(countdowns, 2);
     }
 
     void nothingOpensAboveTheCountdown()
@@ -272,30 +273,6 @@ private slots:
         emit DownloaderManager::instance()->sigAllFinished();
         QTRY_COMPARE(offered, address);
         QVERIFY(child<QPushButton>(window, "btnSettings")->isEnabled());
-    }
-
-    void endOfAJobIsAnnouncedToWhoWantsIt()
-    {
-        DownloaderManager manager(testSurroundings());
-        const int id = addJob(&manager, "50% %1"_q, JobState::Errored)->record.id;
-        QStringList balloons;
-        JobNotifications notifications(manager, *Options::instance(), nullptr);
-        connect(
-            &notifications, &JobNotifications::balloon, this,
-            [&](const QString &title, const QString &text) { balloons += title + "|"_q + text; });
-        for (bool wanted : {true, false}) {
-            Options::instance()->notifyWhenFinished = wanted;
-            notifications.jobEnded(id);
-        }
-        QCOMPARE(balloons, QStringList{"Download Failed|Failed to download \"50% %1\"."_q});
-        // What must be known is said whatever the desktop has to say it with.
-        connect(&notifications, &JobNotifications::balloon, &notifications,
-                &JobNotifications::balloonUnseen);
-        const ModalDriver person("QMessageBox");
-        notifications.savingFails("Task.dat"_q);
-        Options::instance()->notifyWhenFinished = true;
-        notifications.jobEnded(id);
-        QTRY_COMPARE(person.seen(), 1);
     }
 
 private:
