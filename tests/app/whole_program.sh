@@ -23,6 +23,12 @@ end_program() { # SIGNAL EXPECTED-CODE
 say "A copied address becomes a finished file"
 start_program
 window_shown
+# A colour of its ground that comes from nothing but the style sheet.
+styled() {
+    import -silent -window "$(window_named "Corvane Reelkeeper")" ppm:- |
+        convert - -depth 8 -unique-colors txt:- | grep '#E4E4E9'
+}
+wait_until 10 "the style sheet's colours" styled || die "the window is plain"
 download "http://$site/watch?v=several-sizes"
 wait_until 60 "the finished job" state_is 1 3 || die "the download did not finish"
 file=$(job_field output_name 1)
