@@ -117,8 +117,11 @@ void Encoder::handleLine(const std::string &line)
         return;
     }
     const bool counts = m_job.video_state == JobState::Start && !m_stoppedByUser;
-    if (!counts || !parseProgress(text))
-        m_lastMessage = text;
+    if (counts && parseProgress(text))
+        return;
+    m_lastMessage = text;
+    constexpr int longest = 500; // of what is worth reading
+    m_fault.take(text.left(longest));
 }
 
 void Encoder::onStart()
@@ -130,6 +133,7 @@ void Encoder::onError(QProcess::ProcessError error)
 {
     TRACE() << QStringLiteral("Encoder::onError(%1)").arg(error);
     if (error == QProcess::FailedToStart) {
+        m_fault.setNotStarted();
         announceEnd(&Encoder::convertErrored, error);
     } else if (error == QProcess::WriteError) {
         // The child wants no more input and keeps running. Whoever waits for it to take the rest
@@ -147,11 +151,13 @@ void Encoder::onFinished(int exitCode, QProcess::ExitStatus exitStatus)
     if (exitStatus == QProcess::NormalExit && exitCode == 0)
         announceEnd(&Encoder::convertFinished, 0);
     else
-        announceFailure();
+        announceFailure(exitStatus == QProcess::CrashExit || exitCode == violentEnd);
 }
 
-void Encoder::announceFailure()
+void Encoder::announceFailure(bool crashed)
 {
+    if (crashed)
+        m_fault.setCrashed();
     // What the encoder said last is mostly why; nobody else keeps it.
     if (!m_stoppedByUser && !m_lastMessage.isEmpty())
         LogFile::instance()->write(QStringLiteral("Convert:"), m_lastMessage);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "encoderfault.h"
 #include "linesplitter.h"
 #include "platform.h"
 
@@ -35,6 +36,7 @@ public:
     qint64 pendingInput() const; // bytes accepted that the child may still take
     void closeInput();           // end of data
     bool isRunning() const;
+    JobTrouble trouble() const { return m_fault.trouble(); } // once convertErrored was announced
     // Kills the child and waits for its end, at most 30 s; neither end signal follows. False when
     // it did not run.
     bool stop();
@@ -59,7 +61,7 @@ protected:
 
 private:
     void handleLine(const std::string &line);
-    void announceFailure();
+    void announceFailure(bool crashed);
     void announceEnd(void (Encoder::*signal)(int), int code);
 
     JobData &m_job;
@@ -67,6 +69,7 @@ private:
     QProcessEnvironment m_environment = QProcessEnvironment::systemEnvironment();
     platform::ChildProcess m_EncodeProcess;
     LineSplitter m_lines;
+    EncoderFault m_fault;
     QString m_lastMessage;       // the last line that told no progress
     bool m_inputRefused = false; // the child closed its end
     bool m_stoppedByUser = false;

@@ -127,6 +127,8 @@ QByteArray fileIdentity(const QString &path);
 QString reserveRoom(int handle, qint64 end, const std::function<bool()> &goOn);
 bool openUrl(const QUrl &address); // with the program of its scheme
 bool openFolder(const QString &path);
+// Has the file manager show a file among its neighbours; one that cannot do that, the folder.
+void showInFolder(const QString &path);
 // What came of opening a file with the program of its type.
 enum class OpenResult { Opened, NoProgram, Failed };
 OpenResult openFile(const QString &path);

@@ -18,6 +18,9 @@ std::string pictureLine(const PictureSize &size);
 // Nothing for every other line.
 std::optional<PictureSize> readPictureLine(const std::string &line);
 
+// Exit code of the adapter when FFmpeg did not end by itself.
+inline constexpr int violentEnd = 254;
+
 // What a format asks of the frame. The size on the command line cannot tell: it may be the format's
 // own, or what the page said of the video.
 struct FrameRule

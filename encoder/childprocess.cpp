@@ -1,5 +1,7 @@
 #include "childprocess.h"
 
+#include "adapterwords.h"
+
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -11,7 +13,6 @@
 #include <cstring>
 #include <unistd.h>
 
-static const int violentEnd = 254;
 static const int lowerPriority = 10;
 
 static bool isUsable(const std::string &path)

@@ -22,6 +22,11 @@ bool ConversionFeed::drainBegan() const
     return m_reader && m_reader->isFinished();
 }
 
+JobTrouble ConversionFeed::trouble() const
+{
+    return m_encoder ? m_encoder->trouble() : JobTrouble();
+}
+
 bool ConversionFeed::prepare()
 {
     if (m_reader) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "jobtrouble.h"
+
 #include <QByteArray>
 #include <QObject>
 
@@ -37,6 +39,7 @@ public:
 
     bool isOpen() const { return m_reader != nullptr; }
     bool drainBegan() const;
+    JobTrouble trouble() const; // after failed(), before end(): why
 
 signals:
     void converted(int exitCode); // the encoder's ends, see Encoder

@@ -1,6 +1,9 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QObject>
+
+namespace downloaderror {
+Q_NAMESPACE
 
 // Error codes of a transfer that are not QNetworkReply::NetworkError values.
 enum DownloadError : qint32 {
@@ -18,6 +21,11 @@ enum DownloadError : qint32 {
     ConversionNotStarted = 1012,
     RedirectRefused = 1015, // to a place that must not be asked, or in a circle
 };
+Q_ENUM_NS(DownloadError)
+
+} // namespace downloaderror
+
+using namespace downloaderror;
 
 // True for a code after which the job does not try again.
 constexpr bool isFatalDownloadError(qint32 code)

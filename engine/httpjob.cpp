@@ -255,6 +255,7 @@ void HttpJob::onDownloadError(qint32 err)
 {
     if (err == QNetworkReply::OperationCanceledError)
         return;
+    noteTrouble({err, QString()});
     if (isFatalDownloadError(err)) {
         writeLog("Download:", QStringLiteral("Error(%1)").arg(err));
         fail();
@@ -285,6 +286,7 @@ void HttpJob::onConvertFinished(int exitCode)
 
 void HttpJob::onConvertError(int err)
 {
+    noteTrouble(err == ConversionNotStarted ? JobTrouble{err, QString()} : work().feed.trouble());
     writeLog("Convert:", QStringLiteral("Error(%1)").arg(err));
     fail();
 }
@@ -307,6 +309,7 @@ void HttpJob::finish()
         !QFile::exists(record.output_name)) {
         // Somebody took it away. The downloaded file is still there for the next start.
         writeLog("Convert:", QStringLiteral("Failed(no converted file)"));
+        noteTrouble({JobTrouble::OutputGone, QString()});
         work().feed.stop();
         endAs(JobState::Errored);
         return;

@@ -32,6 +32,13 @@ public:
     bool canStart() const;
     bool isRunning() const;
 
+    // Why it failed, or waits for its next attempt; what happened before this run of the program is
+    // not known any more.
+    JobTrouble trouble() const { return m_work ? m_work->retries.trouble() : JobTrouble(); }
+    // Milliseconds; -1: no attempt is due.
+    int retryDueIn() const { return m_work ? m_work->retries.dueIn() : -1; }
+    void noteTrouble(const JobTrouble &trouble) { work().retries.note(trouble); }
+
     const JobSurroundings &surroundings() const { return m_surroundings; }
 
     JobRecord record;

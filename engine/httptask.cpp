@@ -181,6 +181,7 @@ void HttpTask::endWithSourceError()
         // Nothing is wrong with what is here; it goes on when there is room.
         m_record.keepsSource = m_record.download_bytes > 0;
     }
+    emit sigTrouble(m_source.trouble());
     reportFileError(m_source.error());
 }
 
@@ -324,6 +325,7 @@ void HttpTask::stopTransfer()
 void HttpTask::endRefused(qint32 error, const QString &reason)
 {
     logFailure(reason);
+    emit sigTrouble({error, reason});
     endWith(error);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "jobtrouble.h"
 #include "siteaccess.h"
 #include "sourcefile.h"
 #include "streamanswer.h"
@@ -41,8 +42,9 @@ public:
 signals:
     void sigFinished();
     void sigError(qint32 err);
-    void sigSourceCreated();               // the source file has its name
-    void sigReceive(qint64 bytesReceived); // bytes just written to the file
+    void sigTrouble(const JobTrouble &trouble); // before sigError: more about it
+    void sigSourceCreated();                    // the source file has its name
+    void sigReceive(qint64 bytesReceived);      // bytes just written to the file
 
 public slots:
     void onReadyRead();

@@ -54,6 +54,13 @@ void HttpThread::run()
         if (m_job)
             m_job->onDownloadFinished();
     });
+    connect(
+        &task, &HttpTask::sigTrouble, this,
+        [this](const JobTrouble &trouble) {
+            if (m_job)
+                m_job->noteTrouble(trouble);
+        },
+        Qt::QueuedConnection); // said, so that the type is known to the queue
     connect(&task, &HttpTask::sigError, this, [this](qint32 error) {
         if (m_job)
             m_job->onDownloadError(error);

@@ -3,7 +3,10 @@
 #include "downloaderror.h"
 #include "platform.h"
 
+#include <QStorageInfo>
 #include <QThread>
+
+#include <cerrno>
 
 QString SourceFile::pathFor(const QString &folder, const QString &guid, bool converted,
                             const QString &extension)
@@ -30,10 +33,19 @@ qint32 SourceFile::downloadError(QFile::FileError error)
     }
 }
 
+JobTrouble SourceFile::trouble() const
+{
+    if (m_diskFull || m_refusal == qt_error_string(ENOSPC))
+        return {JobTrouble::DiskFull, QString()};
+    const bool isNamed = m_refusal.isEmpty() && m_file.error() != QFile::NoError;
+    return {downloadError(m_error), isNamed ? m_file.errorString() : m_refusal};
+}
+
 bool SourceFile::open(const QString &path)
 {
     close();
     m_refusal.clear();
+    m_diskFull = false;
     m_file.setFileName(path);
     return done(m_file.open(QIODevice::ReadWrite | QIODevice::Unbuffered));
 }
@@ -91,6 +103,8 @@ bool SourceFile::append(const QByteArray &bytes)
     // took nothing there is called by another name.
     if (m_file.write(bytes) == bytes.size())
         return true;
+    m_diskFull = m_file.error() == QFile::ResourceError ||
+                 QStorageInfo(m_file.fileName()).bytesAvailable() < bytes.size();
     m_error = QFile::WriteError;
     return false;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "jobtrouble.h"
+
 #include <QFile>
 #include <QString>
 
@@ -35,6 +37,7 @@ public:
     qint64 size() const { return m_file.size(); }
     QFile::FileError error() const { return m_error; }
     QString refusal() const { return m_refusal; } // empty: nothing was refused
+    JobTrouble trouble() const;                   // the error, as a person is told it
 
 private:
     bool done(bool success);
@@ -42,5 +45,6 @@ private:
     QFile m_file;
     QFile::FileError m_error = QFile::NoError; // of the last operation that failed
     QString m_refusal;
+    bool m_diskFull = false;
     qint64 m_reserved = 0; // length that room was asked for
 };

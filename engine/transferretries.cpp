@@ -15,8 +15,15 @@ TransferRetries::TransferRetries(const RetryDelays &delays)
     connect(&m_timer, &QTimer::timeout, this, &TransferRetries::due);
 }
 
+void TransferRetries::reset()
+{
+    m_count = 0;
+    m_trouble = {};
+}
+
 void TransferRetries::begin()
 {
+    m_trouble = {};
     m_timer.stop();
     ++m_count;
 }
@@ -30,8 +37,15 @@ bool TransferRetries::afterShortTransfer()
     }
     writeLog(QStringLiteral("Failed(retry %1 times)").arg(m_count));
     TRACE() << "restart job" << m_count;
+    note({JobTrouble::EndedShort, QString()});
     m_timer.start(m_delays.shortTransfer);
     return true;
+}
+
+void TransferRetries::note(const JobTrouble &trouble)
+{
+    if (m_trouble.code == 0)
+        m_trouble = trouble;
 }
 
 void TransferRetries::logError() const

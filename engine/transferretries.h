@@ -1,12 +1,13 @@
 #pragma once
 
 #include "jobsurroundings.h"
+#include "jobtrouble.h"
 
 #include <QObject>
 #include <QTimer>
 
-// When a transfer that did not bring everything is tried again, and how often. User-interface
-// thread.
+// When a transfer that did not bring everything is tried again, how often, and what the trouble is.
+// User-interface thread.
 class TransferRetries final : public QObject
 {
     Q_OBJECT
@@ -15,7 +16,7 @@ class TransferRetries final : public QObject
 public:
     explicit TransferRetries(const RetryDelays &delays);
 
-    void reset() { m_count = 0; } // a person started the job
+    void reset(); // a person started the job
     void cancel() { m_timer.stop(); }
     void begin(); // one more attempt begins now
 
@@ -23,6 +24,10 @@ public:
     bool afterShortTransfer();
     void logError() const; // before afterError(), with the count as it is
     void afterError();     // without a limit: does not count
+
+    void note(const JobTrouble &trouble); // the first one of an attempt is kept until the next
+    const JobTrouble &trouble() const { return m_trouble; }
+    int dueIn() const { return m_timer.remainingTime(); } // milliseconds; -1: no attempt is due
 
 signals:
     void due();
@@ -33,4 +38,5 @@ private:
     const RetryDelays m_delays;
     qint16 m_count = 0; // restarts after short transfers since reset()
     QTimer m_timer;
+    JobTrouble m_trouble;
 };

@@ -4,18 +4,35 @@
 #include "jobtexts.h"
 #include "progressbarpainter.h"
 
+#include <QApplication>
+#include <QHelpEvent>
 #include <QIcon>
 #include <QPainter>
+#include <QTextDocument>
+#include <QToolTip>
 
 static bool isSelected(const QStyleOptionViewItem &option)
 {
     return option.state.testFlag(QStyle::State_Selected);
 }
 
+static QFont textFont()
+{
+    return QFont(QStringLiteral("Arial"), 10);
+}
+
 DownloadItem::DownloadItem(const QColor &themeColor, QObject *parent)
     : QItemDelegate(parent)
     , m_themeColor(themeColor)
 {
+    constexpr int second = 1000;
+    m_tipTimer.setInterval(second);
+    connect(&m_tipTimer, &QTimer::timeout, this, [this] {
+        if (!QToolTip::isVisible() || QToolTip::text() != m_tip.text)
+            m_tipTimer.stop();
+        else
+            showTip();
+    });
 }
 
 void DownloadItem::paint(QPainter *painter, const QStyleOptionViewItem &option,
@@ -73,7 +90,7 @@ void DownloadItem::drawDisplay(QPainter *painter, const QStyleOptionViewItem &op
                                const QRect &rect, const QString &text) const
 {
     QStyleOptionViewItem cell = option;
-    cell.font = QFont(QStringLiteral("Arial"), 10);
+    cell.font = textFont();
     cell.fontMetrics = QFontMetrics(cell.font);
     cell.direction = text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight;
     cell.displayAlignment = Qt::AlignLeft | Qt::AlignVCenter | Qt::AlignAbsolute;
@@ -123,4 +140,48 @@ void DownloadItem::paintProgress(QPainter *painter, const QStyleOptionViewItem &
                     QRect(QPoint(cell.left() + 5, cell.bottom() - cell.height() / 2),
                           QPoint(cell.right() - 5, cell.bottom())),
                     isSelected(option) ? Qt::white : Qt::black);
+}
+
+bool DownloadItem::isText(int column) const
+{
+    return column == DownloadColumns::Title || column == DownloadColumns::Information;
+}
+
+bool DownloadItem::helpEvent(QHelpEvent *event, QAbstractItemView *view,
+                             const QStyleOptionViewItem &option, const QModelIndex &index)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QItemDelegate::helpEvent(event, view, option, index);
+    m_tip = {view, index, event->globalPos(), QString()};
+    showTip();
+    m_tipTimer.start();
+    return true;
+}
+
+QString DownloadItem::tip() const
+{
+    if (!m_tip.view || !m_tip.index.isValid())
+        return QString();
+    const QModelIndex index = m_tip.index;
+    QStringList parts;
+    const QString text = index.data().toString();
+    // The margins are the base class's.
+    const int margin = QApplication::style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1;
+    const int room = m_tip.view->visualRect(index).width() - 2 * margin;
+    if (isText(index.column()) && QFontMetrics(textFont()).size(0, text).width() > room)
+        parts += text.trimmed();
+    parts += index.data(Qt::ToolTipRole).toString();
+    parts.removeAll(QString());
+    // Titles, paths and what FFmpeg says are no markup; what is wraps its lines.
+    return parts.isEmpty()
+               ? QString()
+               : Qt::convertFromPlainText(parts.join(QLatin1Char('\n')), Qt::WhiteSpaceNormal);
+}
+
+void DownloadItem::showTip()
+{
+    m_tip.text = tip();
+    QWidget *viewport = m_tip.view ? m_tip.view->viewport() : nullptr;
+    QToolTip::showText(m_tip.place, m_tip.text, viewport,
+                       viewport ? m_tip.view->visualRect(m_tip.index) : QRect());
 }

@@ -2,6 +2,7 @@
 
 #include "columns.h"
 #include "downloaditem.h"
+#include "jobcell.h"
 #include "jobtexts.h"
 #include "messagebox.h"
 #include "trace.h"
@@ -11,26 +12,7 @@
 #include <QMenu>
 #include <QSet>
 
-namespace {
-
-constexpr int RowHeight = 40;
-
-// The delegate draws the progress data; who cannot see it hears what is drawn.
-class ProgressCell final : public QTableWidgetItem
-{
-public:
-    explicit ProgressCell(const QString &data)
-        : QTableWidgetItem(data)
-    {
-    }
-    QVariant data(int role) const override
-    {
-        return role == Qt::AccessibleTextRole ? spokenProgress(text())
-                                              : QTableWidgetItem::data(role);
-    }
-};
-
-} // namespace
+static constexpr int RowHeight = 40;
 
 DownloadTableWidget::DownloadTableWidget(QWidget *parent)
     : JobTableWidget({QStringLiteral("Download TableWidget"), QStringLiteral("49,287,176,255"),
@@ -56,21 +38,13 @@ void DownloadTableWidget::insertJob(HttpJob *job, int row)
         row = rowCount();
     const JobRecord &record = job->record;
     insertRow(row);
-    auto *state = new QTableWidgetItem;
+    auto *state = new JobCell(DownloadColumns::State, *job);
     state->setData(Qt::UserRole, record.id);
-    setState(state, *job);
+    state->setIcon(QIcon(record.stateIcon()));
     setItem(row, DownloadColumns::State, state);
-    setItem(row, DownloadColumns::Title, new QTableWidgetItem(record.title));
+    setItem(row, DownloadColumns::Title, new JobCell(DownloadColumns::Title, *job, record.title));
     setItem(row, DownloadColumns::Information, new QTableWidgetItem(basicInformation(record)));
-    setItem(row, DownloadColumns::Progress, new ProgressCell(progressData(record, job->elapsed())));
-}
-
-void DownloadTableWidget::setState(QTableWidgetItem *item, const HttpJob &job)
-{
-    const QString description = stateDescription(job.record.video_state);
-    item->setIcon(QIcon(job.record.stateIcon()));
-    item->setToolTip(description);
-    item->setData(Qt::AccessibleTextRole, description);
+    setItem(row, DownloadColumns::Progress, new ProgressCell(*job));
 }
 
 bool DownloadTableWidget::updateJob(HttpJob *job)
@@ -85,13 +59,13 @@ bool DownloadTableWidget::updateJob(HttpJob *job)
     // Before the values are read: what changes from now on is shown by the next refresh.
     record.changeFlags.clear(changes);
     if (changes & StateChanged)
-        setState(item(row, DownloadColumns::State), *job);
+        item(row, DownloadColumns::State)->setIcon(QIcon(record.stateIcon()));
     if (changes & TitleChanged)
         item(row, DownloadColumns::Title)->setText(record.title);
     if (changes & BasicInformationChanged)
         item(row, DownloadColumns::Information)->setText(basicInformation(record));
     if (changes & (StateChanged | ProgressChanged))
-        item(row, DownloadColumns::Progress)->setText(progressData(record, job->elapsed()));
+        static_cast<ProgressCell *>(item(row, DownloadColumns::Progress))->refresh();
     return true;
 }
 

@@ -34,5 +34,4 @@ protected:
 private:
     template <typename Test>
     bool anyJob(bool selectedOnly, Test test) const;
-    void setState(QTableWidgetItem *item, const HttpJob &job);
 };

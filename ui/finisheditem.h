@@ -13,4 +13,7 @@ public:
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option,
                const QModelIndex &index) const override;
+
+protected:
+    bool isText(int) const override { return true; }
 };

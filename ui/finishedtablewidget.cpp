@@ -7,8 +7,10 @@
 #include "jobtexts.h"
 #include "messagebox.h"
 #include "options.h"
+#include "platform.h"
 #include "trace.h"
 
+#include <QDir>
 #include <QFile>
 #include <QKeyEvent>
 #include <QMenu>
@@ -20,6 +22,26 @@ static void tell(const QString &title, const QString &text)
 }
 
 namespace {
+
+// Its tip is where the video is.
+class NameCell final : public QTableWidgetItem
+{
+public:
+    explicit NameCell(const JobRecord &record) // must live as long as the row is shown
+        : QTableWidgetItem(record.title)
+        , m_record(record)
+    {
+    }
+    QVariant data(int role) const override
+    {
+        if (role == Qt::ToolTipRole || role == Qt::AccessibleDescriptionRole)
+            return QDir::toNativeSeparators(m_record.output_name);
+        return QTableWidgetItem::data(role);
+    }
+
+private:
+    const JobRecord &m_record;
+};
 
 // Looks at the job's file when it is looked at itself: most rows of a long list never are.
 class InformationCell final : public QTableWidgetItem
@@ -70,7 +92,7 @@ void FinishedTableWidget::insertJob(HttpJob *job, int row)
         row = rowCount();
     const JobRecord &record = job->record;
     insertRow(row);
-    auto *name = new QTableWidgetItem(record.title);
+    auto *name = new NameCell(record);
     name->setData(Qt::UserRole, record.id);
     name->setFlags(Qt::ItemIsSelectable | Qt::ItemIsEditable | Qt::ItemIsEnabled);
     setItem(row, FinishedColumns::Name, name);
@@ -133,6 +155,17 @@ void FinishedTableWidget::onPlay()
     const int row = firstSelectedRow();
     if (row >= 0)
         playRow(row);
+}
+
+void FinishedTableWidget::onShowInFolder()
+{
+    const HttpJob *job = findJobAt(firstSelectedRow());
+    if (!job)
+        return;
+    if (QFile::exists(job->record.output_name))
+        platform::showInFolder(job->record.output_name);
+    else
+        tell(QString(), tr("Cannot find the video"));
 }
 
 void FinishedTableWidget::onRename()
@@ -207,10 +240,11 @@ void FinishedTableWidget::keyPressEvent(QKeyEvent *event)
         return;
     }
     // The key that ends a rename comes by here as well.
-    if (event->key() == Qt::Key_Return && event->modifiers() == Qt::NoModifier &&
-        state() != EditingState && hasSingleSelection()) {
-        onPlay();
-        return;
+    if (event->key() == Qt::Key_Return && state() != EditingState && hasSingleSelection()) {
+        if (event->modifiers() == Qt::NoModifier)
+            return onPlay();
+        if (event->modifiers() == Qt::ControlModifier)
+            return onShowInFolder();
     }
     JobTableWidget::keyPressEvent(event);
 }

@@ -23,6 +23,7 @@ public slots:
     void onDoubleClickEvent(int row, int column);
     void onCellChange(int row, int column);
     void onPlay();
+    void onShowInFolder(); // the video that onPlay() would play
     void onRename();
     void onDelete() override;
 

@@ -1,6 +1,8 @@
 #include "jobtexts.h"
 
+#include "httpjob.h"
 #include "texts.h"
+#include "troublewords.h"
 
 #include <QCoreApplication>
 #include <QStringList>
@@ -68,6 +70,51 @@ QString stateDescription(JobState state)
         break;
     }
     return JobTexts::tr("Downloading");
+}
+
+QString troubleText(const HttpJob &job)
+{
+    const JobTrouble trouble = job.trouble();
+    if (trouble.code == 0)
+        return QString();
+    if (job.record.video_state == JobState::Errored)
+        return JobTexts::tr("%1.").arg(troubleWords(trouble));
+    const int dueIn = job.retryDueIn();
+    if (!job.isRunning() || dueIn < 0)
+        return QString();
+    return JobTexts::tr("%1; next try in %2 s.")
+        .arg(troubleWords(trouble), QString::number((dueIn + 999) / 1000));
+}
+
+QString conditionText(const HttpJob &job)
+{
+    const QString trouble = troubleText(job);
+    const QString state = stateDescription(job.record.video_state);
+    if (trouble.isEmpty() || job.isRunning())
+        return trouble.isEmpty() ? state : trouble;
+    return JobTexts::tr("%1: %2").arg(state, trouble);
+}
+
+QString progressText(const HttpJob &job, const QString &data, qint64 speed)
+{
+    const JobRecord &record = job.record;
+    const qint64 done = record.download_bytes;
+    const qint64 total = record.total_bytes;
+    QStringList lines(conditionText(job));
+    if (record.video_state != JobState::Errored) {
+        lines += total > 0
+                     ? JobTexts::tr("%1 of %2 received").arg(formatSize(done), formatSize(total))
+                     : JobTexts::tr("%1 received").arg(formatSize(done));
+        if (record.output_format != 0)
+            lines += JobTexts::tr("%1 of %2 converted")
+                         .arg(formatDuration(int(record.convertedSeconds)),
+                              formatDuration(record.duration));
+        if (speed >= 0 && done != total)
+            lines += JobTexts::tr("%1 per second").arg(formatSize(speed));
+        if (const auto reading = readProgress(data); reading && job.isRunning())
+            lines += reading->caption;
+    }
+    return lines.join(QLatin1Char('\n'));
 }
 
 QString progressData(const JobData &record, qint32 elapsedMs)

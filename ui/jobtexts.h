@@ -6,11 +6,20 @@
 
 #include <optional>
 
+class HttpJob;
+
 // The texts that the lists show of a job. User-interface thread.
 
 QString basicInformation(const JobData &record);                      // download list
 QString finishedInformation(const JobData &record, qint64 fileBytes); // finished list
 QString stateDescription(JobState state); // what the state icon stands for, in one word
+
+// Why the job failed, or what it waits for; empty when all is well or nothing is known.
+QString troubleText(const HttpJob &job);
+QString conditionText(const HttpJob &job); // the same, or else what it does
+// How far it has come, in lines. data: as progressData() gives it. speed: bytes per second, -1 when
+// not known.
+QString progressText(const HttpJob &job, const QString &data, qint64 speed);
 
 // Progress for the delegate: "done total seconds-left state" (bytes, or seconds of video when the
 // job converts; -1 for seconds that are not known), or one number when the total is not known.

@@ -2,12 +2,14 @@
 
 #include "dbuswait.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusUnixFileDescriptor>
 #include <QDesktopServices>
 #include <QEventLoop>
 #include <QFile>
+#include <QFileInfo>
 #include <QMimeDatabase>
 #include <QRunnable>
 #include <QStandardPaths>
@@ -74,6 +76,19 @@ QByteArray platform::fileIdentity(const QString &path)
 bool platform::openFolder(const QString &path)
 {
     return openUrl(QUrl::fromLocalFile(path));
+}
+
+void platform::showInFolder(const QString &path)
+{
+    const QString manager = QStringLiteral("org.freedesktop.FileManager1");
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(manager, QStringLiteral("/org/freedesktop/FileManager1"),
+                                       manager, QStringLiteral("ShowItems"));
+    call << QStringList(QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded)) << QString();
+    whenAnswered(QDBusConnection::sessionBus(), call, qApp, [path](const QDBusMessage &answer) {
+        if (answer.type() != QDBusMessage::ReplyMessage)
+            openFolder(QFileInfo(path).absolutePath());
+    });
 }
 
 // False only when the desktop says so; an answer that is late or fails counts as yes.

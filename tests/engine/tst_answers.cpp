@@ -290,6 +290,7 @@ private slots:
         QVERIFY(log.contains("Download:Failed(retry 9 times)"_q));
         QVERIFY(log.contains("Download:Failed(ERR_NET_RETRY)"_q));
         QVERIFY(log.contains("Download:Error(1007)"_q));
+        QCOMPARE(job->trouble().code, qint32(TooManyShortTransfers));
     }
 };
 

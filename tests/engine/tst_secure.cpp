@@ -204,6 +204,7 @@ private slots:
         job->start();
         QTRY_VERIFY(m_sandbox.logLines().count(untrusted.arg("unknown issuer"_q)) >= 2);
         QCOMPARE(m_secure.requests().size(), 0);
+        QTRY_COMPARE(job->trouble().detail, "untrusted certificate (unknown issuer)"_q);
         job->pause();
         job->record.page = m_secure.url("/watch"_q);
         job->start();

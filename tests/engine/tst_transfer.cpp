@@ -50,6 +50,7 @@ private slots:
         QVERIFY(file.prepare("/dev/full"_q, -1));
         QVERIFY(!file.append("bytes"));
         QCOMPARE(SourceFile::downloadError(file.error()), qint32(FileWriteError));
+        QCOMPARE(file.trouble().code, qint32(JobTrouble::DiskFull));
         QVERIFY(!file.prepare(m_sandbox.path("missing/x"_q), -1));
         QCOMPARE(SourceFile::downloadError(file.error()), qint32(FileOpenError));
     }
@@ -87,6 +88,8 @@ private slots:
             const QStringList log = m_sandbox.logLines();
             QCOMPARE(log.last(), "Download:Error(1003)"_q);
             QVERIFY(log.at(log.size() - 2).startsWith("Download:Failed("_q));
+            QVERIFY(job->trouble().code == JobTrouble::DiskFull ||
+                    !job->trouble().detail.isEmpty());
             QVERIFY(isPattern(job->record.video_mame, half));
             job->start();
             QTRY_COMPARE(job->record.video_state, JobState::Finished);

@@ -291,6 +291,8 @@ private slots:
         QCOMPARE(answer.seen(), 0);
         QTest::keyClick(m_finished, Qt::Key_Return);
         QCOMPARE(answer.text, "Cannot find the video"_q);
+        QTest::keyClick(m_finished, Qt::Key_Return, Qt::ControlModifier); // in its folder
+        QCOMPARE(answer.seen(), 2);
     }
 
     void missingVideoIsTold()
