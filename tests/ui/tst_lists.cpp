@@ -187,6 +187,7 @@ private slots:
         QCOMPARE(useMenu(m_downloads), QString());
         addShown(1, JobState::Errored);
         addShown(2, JobState::Stopped);
+        QCOMPARE(m_downloads->rowHeight(0), 40); // room for two lines
         QVERIFY(m_downloads->canStart(false) && !m_downloads->canStart(true));
         QCOMPARE(useMenu(m_downloads), "Select All"_q);
         m_downloads->selectRow(0);
