@@ -200,7 +200,7 @@ private slots:
         link.show();
         QVERIFY(QTest::qWaitForWindowActive(&link));
         link.setAttribute(Qt::WA_KeyboardFocusChange); // as Tab does
-        QVERIFY(link.grab().toImage() != plain); // where the keys go is seen
+        QVERIFY(link.grab().toImage() != plain);       // where the keys go is seen
         QTest::keyClick(&link, Qt::Key_Space);
         QCOMPARE(followed.count(), 2);
     }
