@@ -3,6 +3,7 @@
 #include "ui_dlgupdate.h"
 
 #include "files.h"
+#include "fittexts.h"
 #include "logfile.h"
 #include "messagebox.h"
 #include "options.h"
@@ -69,6 +70,7 @@ QDlgUpdate::~QDlgUpdate() = default;
 void QDlgUpdate::ShowMessage(QString strText)
 {
     m_ui->labelMessage->setText(strText);
+    fitTexts(this);
 }
 
 void QDlgUpdate::Finished(int nRe)

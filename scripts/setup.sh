@@ -29,6 +29,7 @@ test=(
     trayer dunst         # a tray and a notification service
     procps
     libsm-dev libice-dev # a manager of the session
+    qttools5-dev-tools   # lupdate, which collects the texts for translators
 )
 package=(
     dpkg-dev file        # what a program is linked with becomes what its package depends on

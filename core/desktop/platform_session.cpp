@@ -119,9 +119,10 @@ public:
         const QDBusMessage service = callToPowerService(QString(), {});
         bus.connect(service.service(), service.path(), service.interface(),
                     QStringLiteral("PrepareForShutdown"), this, SLOT(onPrepareForShutdown(bool)));
-        m_delay = std::make_unique<Inhibitor>(QStringLiteral("shutdown"),
-                                              QStringLiteral("Saving the downloads"),
-                                              QStringLiteral("delay"));
+        m_delay = std::make_unique<Inhibitor>(
+            QStringLiteral("shutdown"),
+            QCoreApplication::translate("platform", "Saving the downloads"),
+            QStringLiteral("delay"));
     }
 
     bool eventFilter(QObject *receiver, QEvent *event) override

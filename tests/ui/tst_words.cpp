@@ -1,21 +1,94 @@
+#include "appinfo.h"
+#include "cjslib.h"
+#include "dlgabout.h"
+#include "dlgdeletefinished.h"
+#include "dlgexit.h"
+#include "dlgnewdownload.h"
+#include "dlgsettings.h"
+#include "dlgshutdown.h"
+#include "dlgupdate.h"
 #include "downloadermanager.h"
 #include "downloaderror.h"
 #include "downloadtablewidget.h"
 #include "finishedtablewidget.h"
 #include "jobtrouble.h"
 #include "literals.h"
+#include "mainwindow.h"
 #include "modaldriver.h"
 #include "options.h"
+#include "outputprofilemanager.h"
 #include "speedmeter.h"
 #include "surroundings.h"
 #include "testmain.h"
 #include "troublewords.h"
 
+#include <QAbstractButton>
+#include <QHeaderView>
 #include <QHelpEvent>
+#include <QLabel>
 #include <QMetaEnum>
 #include <QNetworkReply>
+#include <QProcess>
+#include <QTabBar>
 #include <QTextDocumentFragment>
 #include <QToolTip>
+#include <QTranslator>
+#include <QXmlStreamReader>
+
+static const QChar padding(0xf8);
+
+// Every text 40 % longer, and which ones were asked for.
+class LongerTexts final : public QTranslator
+{
+public:
+    bool isEmpty() const override { return false; }
+    QString translate(const char *context, const char *text, const char *, int) const override
+    {
+        asked.insert(QByteArray(context) + ": " + text);
+        QStringList lines = QString::fromUtf8(text).split(QLatin1Char('\n'));
+        for (QString &line : lines)
+            line += QString((line.size() * 2 + 4) / 5, padding);
+        return lines.join(QLatin1Char('\n'));
+    }
+    mutable QSet<QByteArray> asked; // "context: text"
+};
+
+// Of a window: the texts that no translator was asked for, and those that have no room.
+static QStringList faults(QWidget *window, const QStringList &names)
+{
+    QStringList faults;
+    QWidgetList widgets = window->findChildren<QWidget *>();
+    widgets += window;
+    for (const QWidget *widget : qAsConst(widgets)) {
+        QStringList texts{widget->toolTip(), widget->accessibleName()};
+        const auto *label = qobject_cast<const QLabel *>(widget);
+        const auto *button = qobject_cast<const QAbstractButton *>(widget);
+        if (label || button) {
+            texts += label ? label->text() : button->text();
+            const QSize needed = label && label->wordWrap()
+                                     ? QSize(0, label->heightForWidth(label->width()))
+                                     : widget->fontMetrics().size(0, texts.last());
+            // The main window's buttons are pictures; and a form whose size is fixed makes no text
+            // smaller than can be read.
+            if (!window->inherits("QMainWindow") && widget->isVisible() &&
+                widget->fontInfo().pointSizeF() > 6 &&
+                (needed.width() > widget->width() || needed.height() > widget->height() + 6))
+                faults += "no room: "_q + texts.last();
+        }
+        if (const auto *tabs = qobject_cast<const QTabBar *>(widget))
+            texts += tabs->tabText(0);
+        if (const auto *header = qobject_cast<const QHeaderView *>(widget))
+            texts += header->isVisible() ? header->model()->headerData(0, Qt::Horizontal).toString()
+                                         : QString();
+        if (widget->isWindow() && !widget->windowTitle().isEmpty())
+            texts += widget->windowTitle();
+        for (const QString &text : qAsConst(texts)) {
+            if (!text.isEmpty() && !text.contains(padding) && !names.contains(text))
+                faults += "not translated: "_q + text;
+        }
+    }
+    return faults;
+}
 
 // What a person is told beside what is painted.
 class WordsTest final : public SandboxTest
@@ -118,6 +191,62 @@ private slots:
         QCOMPARE(tip(downloads, 0), "Failed: The video's page does not answer as it should."_q);
         downloads->setColumnWidth(1, 60);
         QCOMPARE(tip(downloads, 1).section(QLatin1Char('\n'), 0, 0), title);
+    }
+
+    void everyTextIsTranslatedAndHasRoom()
+    {
+        qputenv("REELKEEPER_UPDATE_HOST", "127.0.0.1:9");
+        const QString profiles = QCoreApplication::applicationDirPath() + "/Profiles.xml"_q;
+        QVERIFY(QFile::exists(profiles) || QFile::copy(QStringLiteral(PROFILES), profiles));
+        LongerTexts longer;
+        QCoreApplication::installTranslator(&longer);
+        const AppInfo info;
+        const QStringList names{info.title,   info.build,        info.versionText,
+                                info.webSite, info.supportEmail, "Quarnitek"_q};
+        QStringList found;
+        {
+            MainWindow window(true);
+            found += faults(&window, names);
+            const NewDownloadSurroundings surroundings{
+                *Options::instance(), *OutputProfileManager::instance(), *CJSLib::instance(), info};
+            Options &options = *Options::instance();
+            const std::unique_ptr<QDialog> dialogs[] = {
+                std::make_unique<DlgAbout>(info),
+                std::make_unique<DlgDeleteFinished>(options, nullptr),
+                std::make_unique<DlgExit>(options),
+                std::make_unique<DlgNewDownload>(QString(), surroundings),
+                std::make_unique<DlgSettings>(options),
+                std::make_unique<DlgShutDown>(nullptr),
+                std::make_unique<QDlgUpdate>(options, QString(), QString()),
+            };
+            for (const auto &dialog : dialogs) {
+                dialog->show();
+                found += faults(dialog.get(), names);
+            }
+        }
+        QCoreApplication::removeTranslator(&longer);
+        QVERIFY2(found.isEmpty(), qPrintable(found.join(QLatin1Char('\n'))));
+
+        // And the translators' tool finds them all.
+        QProcess tool;
+        const QString file = m_sandbox.path("texts.ts"_q);
+        QStringList arguments{"-silent"_q, "-extensions"_q, "cpp,h,ui"_q};
+        for (const char *folder : {"app", "core", "analysis", "conversion", "engine", "ui"})
+            arguments += QStringLiteral(SOURCES "/") + QString::fromLatin1(folder);
+        tool.start(QStringLiteral(LUPDATE), arguments << "-ts"_q << file);
+        QVERIFY(tool.waitForFinished());
+        QCOMPARE(tool.readAllStandardError() + tool.readAllStandardOutput(), QByteArray());
+        QFile texts(file);
+        QVERIFY(texts.open(QIODevice::ReadOnly));
+        QString context;
+        for (QXmlStreamReader reader(&texts); !reader.atEnd(); reader.readNext()) {
+            if (reader.isStartElement() && reader.name() == "name"_q)
+                context = reader.readElementText();
+            else if (reader.isStartElement() && reader.name() == "source"_q)
+                longer.asked.remove((context + ": "_q + reader.readElementText()).toUtf8());
+        }
+        for (const QByteArray &text : qAsConst(longer.asked))
+            QVERIFY2(text.startsWith('Q') && !text.startsWith("QDlgUpdate"), text.constData());
     }
 };
 
