@@ -1,6 +1,4 @@
 #include "httpjob.h"
-#include "options.h"
-#include "outputprofilemanager.h"
 #include "support.h"
 #include "surroundings.h"
 
@@ -13,19 +11,10 @@
 
 namespace {
 
-constexpr int FormatId = 900;
 const QString Adapter = QStringLiteral(REELKEEPER_BIN "/encoder/ffmpeg.exe");
 
 // The sound alone, as it is: what is measured is the way of the bytes, not a codec.
 const char Arguments[] = "-y -i - -vn -acodec copy ";
-
-void writeProfiles(const QString &path)
-{
-    writeFile(path, "<profiles><video_quality><quality display=\"360p\" value=\"640x360\"/>"
-                    "</video_quality><save_as><group des=\"Sound\"><format id=\"900\" "
-                    "display=\"MP3\" ext=\"mp3\" size=\"0x0\" fixed_size=\"0\" value=\"-y -i "
-                    "$input -vn -acodec copy $output\"/></group></save_as></profiles>");
-}
 
 // A short clip over and over again until the length is reached.
 void makeSource(const QString &clip, const QString &source, qint64 size)
@@ -78,12 +67,7 @@ int main(int argc, char **argv)
     const QString source = sandbox.path(QStringLiteral("source.flv"));
     const QString clip = sandbox.path(QStringLiteral("clip.mkv"));
     makeSource(clip, source, size);
-    const QString profiles = sandbox.path(QStringLiteral("Profiles.xml"));
-    writeProfiles(profiles);
-    OutputProfileManager *formats = OutputProfileManager::instance();
-    formats->setProgramFolder(QStringLiteral(REELKEEPER_BIN));
-    if (!formats->load(profiles) || !formats->setOutputFormat(FormatId))
-        giveUp(QStringLiteral("the output format is not taken"));
+    takeOutputFormat(sandbox, QStringLiteral("mp3"), QStringLiteral("-vn -acodec copy"));
 
     const BenchServer server({source, QStringLiteral("video/x-flv")});
     const QString output = sandbox.path(QStringLiteral("alone.mp3"));

@@ -1,6 +1,4 @@
 #include "httpjob.h"
-#include "options.h"
-#include "outputprofilemanager.h"
 #include "support.h"
 #include "surroundings.h"
 
@@ -14,17 +12,7 @@ namespace {
 
 constexpr int Rounds = 3;
 constexpr double Slowness = 2.2; // the slow stream takes that many times as long as FFmpeg alone
-constexpr int FormatId = 900;
 const QString Encoding = QStringLiteral("-vcodec libx264 -preset veryfast -acodec aac");
-
-void writeProfiles(const QString &path)
-{
-    const QString xml = QStringLiteral(
-        "<profiles><video_quality><quality display=\"360p\" value=\"640x360\"/></video_quality>"
-        "<save_as><group des=\"Video\"><format id=\"%1\" display=\"MP4\" ext=\"mp4\" size=\"0x0\" "
-        "fixed_size=\"0\" value=\"-y -i $input %2 $output\"/></group></save_as></profiles>");
-    writeFile(path, xml.arg(FormatId).arg(Encoding).toUtf8());
-}
 
 double ffmpegSeconds(const QString &arguments, const QString &target)
 {
@@ -84,12 +72,7 @@ int main(int argc, char **argv)
                                  "-c:v libx264 -preset ultrafast -b:v 8M -c:a aac")
                       .arg(askedSize(application, 20) / MiB),
                   source);
-    const QString profiles = sandbox.path(QStringLiteral("Profiles.xml"));
-    writeProfiles(profiles);
-    OutputProfileManager *formats = OutputProfileManager::instance();
-    formats->setProgramFolder(QStringLiteral(REELKEEPER_BIN));
-    if (!formats->load(profiles) || !formats->setOutputFormat(FormatId))
-        giveUp(QStringLiteral("the output format is not taken"));
+    takeOutputFormat(sandbox, QStringLiteral("mp4"), Encoding);
 
     const QString arguments = QStringLiteral("-i %1 %2").arg(source, Encoding);
     const auto alone = [&] {

@@ -2,6 +2,7 @@
 
 #include "downloadermanager.h"
 #include "httpserver.h"
+#include "outputprofilemanager.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -242,6 +243,21 @@ bool holdsPattern(const QString &path, qint64 bytes)
         }
     }
     return true;
+}
+
+void takeOutputFormat(const Sandbox &sandbox, const QString &extension, const QString &arguments)
+{
+    constexpr int id = 900;
+    const QString path = sandbox.path(QStringLiteral("Profiles.xml"));
+    const QString xml = QStringLiteral(
+        "<profiles><video_quality><quality display=\"360p\" value=\"640x360\"/></video_quality>"
+        "<save_as><group des=\"Format\"><format id=\"%1\" display=\"%2\" ext=\"%2\" size=\"0x0\" "
+        "fixed_size=\"0\" value=\"-y -i $input %3 $output\"/></group></save_as></profiles>");
+    writeFile(path, xml.arg(QString::number(id), extension, arguments).toUtf8());
+    OutputProfileManager *formats = OutputProfileManager::instance();
+    formats->setProgramFolder(QStringLiteral(REELKEEPER_BIN));
+    if (!formats->load(path) || !formats->setOutputFormat(id))
+        giveUp(QStringLiteral("the output format is not taken"));
 }
 
 void addFinishedJobs(DownloaderManager *manager, int count, const QString &file)

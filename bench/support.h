@@ -90,5 +90,8 @@ private:
 // The file has that length and every block that is looked at is the stream's.
 bool holdsPattern(const QString &path, qint64 bytes);
 
+// Jobs from now on are converted into files of that extension, with these arguments for FFmpeg.
+void takeOutputFormat(const Sandbox &sandbox, const QString &extension, const QString &arguments);
+
 // Finished jobs with ids from 1 on, all with the same final file.
 void addFinishedJobs(DownloaderManager *manager, int count, const QString &file);
