@@ -103,6 +103,7 @@ QByteArray startToken();
 // To the foreground; restored when minimised, maximised again when it was before. token: of the
 // start or of the notification that wants it, empty when there is none.
 void activateWindow(QWidget *window, const QByteArray &token);
+void minimizeWindow(QWidget *window); // also one that is hidden
 // Whether the clipboard reads as empty while no window of this program has the focus.
 bool clipboardNeedsFocus();
 

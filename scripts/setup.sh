@@ -27,6 +27,7 @@ test=(
     curl
     dbus-daemon dbus-bin # buses of the tests' own, for stand-ins of the system's services
     trayer dunst         # a tray and a notification service
+    weston wl-clipboard  # a desktop without X, and its clipboard
     procps
     libsm-dev libice-dev # a manager of the session
     qttools5-dev-tools   # lupdate, which collects the texts for translators

@@ -33,7 +33,10 @@ void AddressIntake::open(const QString &url)
 {
     if (m_notifications.isCountingDown())
         return;
-    if (m_window->isVisible())
+    // Where an address is only seen with the focus the window is in front, or just about to be.
+    if (platform::clipboardNeedsFocus())
+        m_exit.cameBack();
+    else if (m_window->isVisible())
         m_exit.comeForward();
     m_newDownload.run(url);
 }

@@ -3,6 +3,7 @@
 #include "dlgexit.h"
 #include "messagebox.h"
 #include "options.h"
+#include "platform.h"
 
 #include <QWidget>
 
@@ -49,7 +50,7 @@ void ExitControl::comeForward(const QByteArray &token)
 bool ExitControl::settle()
 {
     if (m_tray == Tray::Missing) {
-        m_window.showMinimized();
+        platform::minimizeWindow(&m_window);
         return false;
     }
     m_window.hide();

@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QFileDialog>
+#include <QTimer>
 #include <QWidget>
 #include <QWindow>
 
@@ -49,6 +50,43 @@ void platform::activateWindow(QWidget *window, const QByteArray &token)
         QApplication::setActiveWindow(window);
     if (startup)
         startup->finish(xcb_window_t(window->winId()));
+}
+
+namespace {
+
+// A compositor may overhear what is asked of a window that it does not show yet. Nothing tells when
+// it does: it is asked once more a moment after the window was told to draw its first picture.
+class MinimizedOnceShown final : public QObject
+{
+public:
+    explicit MinimizedOnceShown(QWindow *window)
+        : QObject(window)
+    {
+        window->installEventFilter(this);
+    }
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        auto *window = static_cast<QWindow *>(watched);
+        if (event->type() != QEvent::Expose || !window->isExposed())
+            return false;
+        constexpr int moment = 200; // milliseconds
+        QTimer::singleShot(moment, window, [window] {
+            window->setWindowStates(window->windowStates() | Qt::WindowMinimized);
+        });
+        window->removeEventFilter(this);
+        deleteLater();
+        return false;
+    }
+};
+
+} // namespace
+
+void platform::minimizeWindow(QWidget *window)
+{
+    const bool isNew = !window->isVisible();
+    window->showMinimized();
+    if (isNew && isOnWayland())
+        new MinimizedOnceShown(window->windowHandle()); // a child of it
 }
 
 bool platform::clipboardNeedsFocus()
