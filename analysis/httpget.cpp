@@ -28,6 +28,8 @@ QString HttpGet::get(const QUrl &url, const SiteAccess &access)
     m_pageText.clear();
     m_reason.clear();
     m_refused = false;
+    if (!access.redirectsAddUp)
+        m_redirectCount = 0;
     m_url = url;
     do {
         TRACE() << "Getting page: " << m_url.toString();
@@ -69,7 +71,7 @@ void HttpGet::httpFinished(const QNetworkReply *reply, const SiteAccess &access)
         m_pageText = decodePage(m_body, m_url.toString());
     else if (m_reason.isEmpty())
         m_reason = reasonOf(*reply, status.toInt());
-    m_refused = m_refused || !m_get.untrusted().isEmpty();
+    m_refused = m_refused || m_tooLarge || !m_get.untrusted().isEmpty();
 }
 
 QString HttpGet::reasonOf(const QNetworkReply &reply, int status) const

@@ -52,7 +52,7 @@ private:
     QByteArray m_body;
     bool m_tooLarge = false;
     QString m_referer;
-    qint32 m_redirectCount = 0; // over the fetcher's whole life
+    qint32 m_redirectCount = 0; // see SiteAccess::redirectsAddUp
     bool m_redirected = false;
     QString m_reason;
     bool m_refused = false;

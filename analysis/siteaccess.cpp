@@ -22,9 +22,10 @@ bool isWeb(const QUrl &url)
     return isHttps(url) || url.scheme() == QLatin1String("http");
 }
 
-bool anyAddress(const QString &)
+// It would not be here without a host that is known, but what follows may be no port.
+bool isValid(const QString &page)
 {
-    return true; // it would not be here without a host that is known
+    return QUrl(page).isValid();
 }
 
 QString prefixed(const QString &text)
@@ -67,11 +68,14 @@ SiteAccess SiteAccess::plain(const QString &page)
     SiteAccess access = {};
     access.page = page;
     access.address = prefixed(page);
-    access.cookieAddress = page + QStringLiteral("&hl=en_US&persist_hl=0");
+    // A job whose host is no longer listed: cookies that came over TLS would be sent to any host.
+    access.cookieAddress =
+        (isHttps(QUrl(page)) ? access.address : page) + QStringLiteral("&hl=en_US&persist_hl=0");
     access.looksRight = isUrl;
     access.pageUserAgent = browser;
     access.cookiesDemanded = true;
     access.pageRedirects = mostRedirects;
+    access.redirectsAddUp = true;
     access.redirectRefusal = refuseNothing;
     access.streamAddress = prefixed;
     access.keptAddress = decodeUrl;
@@ -87,7 +91,7 @@ SiteAccess SiteAccess::secure(const QString &page)
         url.userInfo().isEmpty() ? page : QString::fromLatin1(url.toEncoded(QUrl::RemoveUserInfo));
     access.address = access.page;
     access.cookieAddress = access.page;
-    access.looksRight = anyAddress;
+    access.looksRight = isValid;
     access.userAgent = QStringLiteral("%1/%2 (+%3)")
                            .arg(product::name(), product::version(), product::helpUrl())
                            .toLatin1();

@@ -28,6 +28,7 @@ struct SiteAccess
     int cookieRedirects; // and the next one is an answer like any other,
     int streamRedirects; // unless this says why it is none (empty: it may be followed):
     QString (*redirectRefusal)(const QUrl &from, const QUrl &to, int followed);
+    bool redirectsAddUp; // in all attempts to get a page; otherwise each begins at none
 
     // The address of a stream from what a record of a site script says; empty: no stream.
     QString (*streamAddress)(const QString &text);

@@ -133,13 +133,11 @@ bool HttpTask::followRedirect()
         endRefused(m_record.download_bytes > 0 ? qint32(QNetworkReply::InsecureRedirectError)
                                                : qint32(RedirectRefused),
                    redirect.refusal);
-        return true;
+    } else if (redirect.follow) {
+        releaseReply(m_reply, this);
+        ask(redirect.to, m_redirects + 1);
     }
-    if (!redirect.follow)
-        return false;
-    releaseReply(m_reply, this);
-    ask(redirect.to, m_redirects + 1);
-    return true;
+    return redirect.follow || !redirect.refusal.isEmpty();
 }
 
 int HttpTask::openSource()
@@ -301,6 +299,9 @@ void HttpTask::onNetworkError(QNetworkReply::NetworkError code)
         return;
     const int status = headOf(*m_reply).status;
     TRACE() << "HttpTask(Error):" << code << m_reply->errorString() << status;
+    // Where a redirect leads stands in its head, whatever became of the rest.
+    if (m_body == Body::Undecided && followRedirect())
+        return;
     if (status >= 400) {
         judgeAnswer();
         if (m_body != Body::Ignored)
@@ -310,10 +311,9 @@ void HttpTask::onNetworkError(QNetworkReply::NetworkError code)
     if (code == QNetworkReply::OperationCanceledError)
         code = QNetworkReply::TimeoutError;
     // One that is not trusted now may be on the network at home, or once the clock is right.
-    if (!m_untrusted.isEmpty())
-        endRefused(code, m_untrusted);
-    else
-        endWith(code);
+    if (m_untrusted.isEmpty())
+        return endWith(code);
+    endRefused(code, m_untrusted);
 }
 
 void HttpTask::stopTransfer()
