@@ -94,7 +94,7 @@ static Options &loadSettings(AppInfo &info)
         info.secureHosts = SecureHosts::fromText(*options.secureHosts);
     if (!info.secureHosts.odd.isEmpty())
         LogFile::instance()->write(QStringLiteral("Failed:"),
-                                   QStringLiteral("No host names: %1")
+                                   QStringLiteral("Secure hosts, more or other than a name: %1")
                                        .arg(info.secureHosts.odd.join(QStringLiteral(", "))));
     if (!info.certificateFile.isEmpty())
         trustCertificatesOf(info.certificateFile);
