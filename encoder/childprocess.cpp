@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <unistd.h>
+#include <utility>
 
 static const int lowerPriority = 10;
 
@@ -94,12 +95,8 @@ void ChildProcess::stop()
 int ChildProcess::wait()
 {
     int status = 0;
-    pid_t ended = -1;
-    do {
-        ended = waitpid(m_pid, &status, 0);
-    } while (ended < 0 && errno == EINTR);
-    m_pid = -1;
-    if (ended < 0 || !WIFEXITED(status))
+    const pid_t ended = waitpid(std::exchange(m_pid, -1), &status, 0);
+    if (ended == -1 || !WIFEXITED(status))
         return violentEnd;
     return std::min(WEXITSTATUS(status), violentEnd);
 }

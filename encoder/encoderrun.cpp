@@ -38,10 +38,7 @@ static size_t readSome(int descriptor, std::string &target)
 {
     const size_t before = target.size();
     target.resize(before + chunkSize);
-    ssize_t count = -1;
-    do {
-        count = read(descriptor, &target[before], chunkSize);
-    } while (count < 0 && errno == EINTR);
+    const ssize_t count = read(descriptor, &target[before], chunkSize);
     const size_t taken = count > 0 ? static_cast<size_t>(count) : 0;
     target.resize(before + taken);
     return taken;
@@ -181,7 +178,7 @@ void EncoderRun::relay()
             // A pipe that can be written to takes this much without waiting.
             const ssize_t count =
                 write(STDERR_FILENO, m_messages.data(), std::min<size_t>(m_messages.size(), 4096));
-            if (count < 0 && errno != EINTR && errno != EAGAIN)
+            if (count < 0 && errno != EAGAIN)
                 m_messages.clear(); // nobody listens
             else
                 m_messages.erase(0, count > 0 ? static_cast<size_t>(count) : 0);
@@ -207,7 +204,7 @@ void EncoderRun::passInput()
             return;
         }
     }
-    if (count < 0 && errno != EAGAIN && errno != EINTR)
+    if (count < 0 && errno != EAGAIN)
         closeDescriptor(m_toEncoder);
 }
 

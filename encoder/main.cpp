@@ -27,7 +27,8 @@ int main(int argc, char **argv)
     if (getppid() != parent)
         return 254;
     keepStreamsOpen();
-    // Both are told by the failing write instead, here and in the encoder.
+    // Both are told by the failing write instead, here and in the encoder. No signal has a function
+    // here, so none interrupts a call.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 

@@ -8,7 +8,6 @@
 #include <poll.h>
 #include <sys/stat.h>
 
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -32,10 +31,9 @@ static bool readAll(int descriptor, LineSplitter &lines)
         if (poll(&entry, 1, static_cast<int>(left.count())) <= 0)
             continue;
         const ssize_t count = read(descriptor, buffer, sizeof buffer);
-        if (count > 0)
-            lines.take(buffer, static_cast<size_t>(count));
-        else if (count == 0 || errno != EINTR)
+        if (count <= 0)
             return true;
+        lines.take(buffer, static_cast<size_t>(count));
     }
 }
 

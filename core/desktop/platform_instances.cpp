@@ -100,7 +100,7 @@ bool platform::ProcessLock::lock(int milliseconds)
     waited.start();
     while (!setLock(m_handle, F_WRLCK)) {
         // No file, or a file system without locks: better unlocked than never.
-        if (errno != EAGAIN && errno != EACCES && errno != EINTR)
+        if (errno != EAGAIN && errno != EACCES)
             return true;
         if (waited.elapsed() >= milliseconds)
             return false;
