@@ -61,6 +61,11 @@ private slots:
             child<DownloadTableWidget>(window, "listViewDownloading")->selectRow(0);
             QVERIFY(child<QPushButton>(window, "btnStart")->isEnabled());
             QVERIFY(!child<QPushButton>(window, "btnPause")->isEnabled());
+            for (bool selected : {false, true}) {
+                for (const char *button : {"btnPlay", "btnRename", "btnFinishedDelete"})
+                    QCOMPARE(child<QPushButton>(window, button)->isEnabled(), selected);
+                child<QTableWidget>(window, "listViewFinished")->selectRow(0);
+            }
             const ModalDriver person("QMessageBox", ModalDriver::press("Yes"_q));
             QTest::mouseClick(child<QPushButton>(window, "btnDownloadDelete"), Qt::LeftButton);
             QTRY_COMPARE(tabs->tabText(0), "Downloading(2)"_q);
