@@ -18,8 +18,12 @@ static bool isOnWayland()
 
 QByteArray platform::startToken()
 {
+    // The toolkit takes the one out of the environment and does not know the other. Programs that
+    // are started from here have no share in either.
     const QByteArray startup = qgetenv("DESKTOP_STARTUP_ID");
-    return startup.isEmpty() ? qgetenv("XDG_ACTIVATION_TOKEN") : startup;
+    const QByteArray activation = qgetenv("XDG_ACTIVATION_TOKEN");
+    qunsetenv("XDG_ACTIVATION_TOKEN");
+    return startup.isEmpty() ? activation : startup;
 }
 
 // A window there cannot ask to be shown or to get the focus, but a new one mostly gets both. A
