@@ -117,6 +117,7 @@ private slots:
         QCOMPARE(m_options.outputFormat, 7);
         const VideoInfo info = form.dialog.videoInfo();
         QCOMPARE(info.pageUrl, url);
+        QVERIFY(m_sandbox.logLines().contains("Read page:"_q + url));
         QCOMPARE(info.streams.size(), 2); // the last is the first again
         QCOMPARE(info.streams.at(1).videoAddress, "http://v$"_q);
         QCOMPARE(info.selectedStream, 1);

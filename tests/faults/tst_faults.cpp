@@ -119,7 +119,9 @@ private slots:
 
     void fullDisk()
     {
-        m_site.server.setResponse("/stream", EngineFixture::stream(size));
+        HttpResponse endless = EngineFixture::stream(size);
+        endless.stallAfter = size - 1; // the first write that fails ends the transfer
+        m_site.server.setResponse("/stream", endless);
         QVERIFY(m_database->Init());
         DownloaderManager manager(testSurroundings());
         addStoredJobs(&manager, 10);
@@ -135,6 +137,7 @@ private slots:
             QVERIFY(!m_database->Save(manager.records()));
             QCOMPARE(storedIds().size(), 10);
         }
+        m_site.server.setResponse("/stream", EngineFixture::stream(size));
         job->start();
         QTRY_COMPARE(job->record.video_state, JobState::Finished);
         QVERIFY(isPattern(job->record.output_name, size));

@@ -279,6 +279,9 @@ private slots:
         QVERIFY(Options::instance()->autoOpenNew && !Options::instance()->shutDownWhenAllFinished);
         dialog.accept();
         QVERIFY(!Options::instance()->autoOpenNew && Options::instance()->shutDownWhenAllFinished);
+        const DlgSettings again(*Options::instance());
+        QVERIFY(!again.findChild<QCheckBox *>("checkBoxAuto"_q)->isChecked());
+        QVERIFY(again.findChild<QCheckBox *>("checkBoxShutdown"_q)->isChecked());
     }
 };
 

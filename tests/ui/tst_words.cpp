@@ -223,6 +223,11 @@ private slots:
                 dialog->show();
                 found += faults(dialog.get(), names);
             }
+            QStringList about;
+            for (const QLabel *label : dialogs[0]->findChildren<QLabel *>())
+                about += label->text();
+            for (const QString &name : names.mid(1, 4))
+                QVERIFY2(about.contains(name), qPrintable(name));
         }
         QCoreApplication::removeTranslator(&longer);
         QVERIFY2(found.isEmpty(), qPrintable(found.join(QLatin1Char('\n'))));
