@@ -37,10 +37,10 @@ HttpTask::HttpTask(JobRecord &record, const SiteAccess &access, const QString &o
 bool HttpTask::prepareCookies()
 {
     Cookies cookies(m_stallTimeout);
-    const QString text = cookies.start(m_access, m_manager->cookieJar());
-    m_record.video_cookies = text;
+    m_record.video_cookies = cookies.start(m_access, m_manager->cookieJar());
+    m_pageAnswers = cookies.isAnswered();
     m_untrusted = cookies.untrusted();
-    return !text.isEmpty();
+    return !m_record.video_cookies.text().isEmpty();
 }
 
 void HttpTask::startRequest()
@@ -53,7 +53,7 @@ void HttpTask::startRequest()
         return endRefused(QNetworkReply::SslHandshakeFailedError, m_untrusted);
     if (m_access.cookiesDemanded && m_record.video_cookies.text().isEmpty())
         return endWith(NoCookies);
-    if (m_record.download_time != dayOfYear()) {
+    if (m_pageAnswers && m_record.download_time != dayOfYear()) {
         m_renewAddress();
         if (QThread::currentThread()->isInterruptionRequested())
             return;

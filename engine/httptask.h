@@ -78,6 +78,7 @@ private:
     SourceFile m_source;
     QNetworkReply *m_reply = nullptr; // released with deleteLater
     NetworkAccess *m_manager;         // child
+    bool m_pageAnswers = false;       // else the one renewal of a day would be lost on it
     int m_redirects = 0;              // that led to the reply
     QString m_untrusted;              // why the certificate of the server in question is not
     qint64 m_bytesReceived = 0;

@@ -132,15 +132,18 @@ private slots:
         QCOMPARE(m_mirror.requests().first().header("User-Agent"), agent);
     }
 
-    // With cookies and an address of today, or neither.
+    // With cookies and an address of today, or neither and a site that is busy at first.
     void cutBehindARedirectIsResumed()
     {
         const QByteArray address = m_secure.url("/get?name=a%20b"_q).toUtf8();
         for (const bool withCookies : {true, false}) {
             init();
-            m_secure.setResponse("/watch", withCookies
-                                               ? EngineFixture::page()
-                                               : HttpResponse::text("1x1$9$$mp4|" + address));
+            QList<HttpResponse> pages{EngineFixture::page()};
+            if (!withCookies) {
+                pages = QVector<HttpResponse>(6, HttpResponse::error(503)).toList();
+                pages << HttpResponse::text("1x1$9$$mp4|" + address);
+            }
+            m_secure.setResponses("/watch", pages);
             HttpResponse moved = HttpResponse::redirect(mirrored("/file"));
             moved.cutAfter = 0;
             m_secure.setResponse("/get", moved);
