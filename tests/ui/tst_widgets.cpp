@@ -23,10 +23,14 @@ static QImage paint(int column, const QString &text, QStyle::State state = QStyl
 {
     QStandardItemModel model(1, 4);
     model.setData(model.index(0, column), text);
+    QPixmap picture(16, 16);
+    picture.fill(Qt::black);
+    model.setData(model.index(0, 0), QIcon(picture), Qt::DecorationRole);
     QImage image(Width, Height, QImage::Format_RGB32);
     image.fill(Qt::white);
     QStyleOptionViewItem option;
     option.rect = image.rect();
+    option.decorationSize = picture.size();
     option.state = QStyle::State_Enabled | state;
     option.showDecorationSelected = true;
     option.textElideMode = Qt::ElideNone;
@@ -117,8 +121,9 @@ private slots:
         }
     }
 
-    void failureReplacesTheBar()
+    void stateIsAPictureAndFailureAWord()
     {
+        QCOMPARE(ink(paint(0, QString())), QRect(97, 12, 16, 16));
         const QRect word = ink(paint(3, "1 4 12 4"_q));
         QVERIFY(word.width() > 20 && word.width() < 60);
         QVERIFY(qAbs(word.center().x() - Width / 2) < 3 && qAbs(word.center().y() - 20) < 4);
