@@ -28,10 +28,14 @@ DownloadItem::DownloadItem(const QColor &themeColor, QObject *parent)
     constexpr int second = 1000;
     m_tipTimer.setInterval(second);
     connect(&m_tipTimer, &QTimer::timeout, this, [this] {
-        if (!QToolTip::isVisible() || QToolTip::text() != m_tip.text)
-            m_tipTimer.stop();
-        else
+        // One that is about to go because the mouse has left must not be called back.
+        const bool isPointedAt =
+            m_tip.view && m_tip.view->visualRect(m_tip.index)
+                              .contains(m_tip.view->viewport()->mapFromGlobal(QCursor::pos()));
+        if (isPointedAt && QToolTip::isVisible() && QToolTip::text() == m_tip.text)
             showTip();
+        else
+            m_tipTimer.stop();
     });
 }
 

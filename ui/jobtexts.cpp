@@ -109,9 +109,10 @@ QString progressText(const HttpJob &job, const QString &data, qint64 speed)
             lines += JobTexts::tr("%1 of %2 converted")
                          .arg(formatDuration(int(record.convertedSeconds)),
                               formatDuration(record.duration));
-        if (speed >= 0 && done != total)
+        const bool moves = job.isRunning() && job.retryDueIn() < 0;
+        if (moves && speed >= 0 && done != total)
             lines += JobTexts::tr("%1 per second").arg(formatSize(speed));
-        if (const auto reading = readProgress(data); reading && job.isRunning())
+        if (const auto reading = readProgress(data); reading && moves)
             lines += reading->caption;
     }
     return lines.join(QLatin1Char('\n'));

@@ -106,10 +106,12 @@ private:
     // What is told of a cell of the first row to who points at it.
     static QString tip(QTableWidget *table, int column)
     {
+        QCursor::setPos(-1, -1);
         QToolTip::hideText();
         while (QToolTip::isVisible())
             QTest::qWait(10);
         const QPoint place = table->visualItemRect(table->item(0, column)).center();
+        QCursor::setPos(table->viewport()->mapToGlobal(place));
         QHelpEvent event(QEvent::ToolTip, place, table->viewport()->mapToGlobal(place));
         QApplication::sendEvent(table->viewport(), &event);
         return shownTip();
