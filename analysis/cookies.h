@@ -28,6 +28,7 @@ public:
 
     // Why the certificate of the page's server is not trusted; empty when it is.
     QString untrusted() const { return m_get.untrusted(); }
+    int error() const { return m_get.error(); } // 0, or a QNetworkReply::NetworkError
     virtual bool parseReply(const QNetworkReply *reply);
 
     // The network layer's value of several Set-Cookie headers as one line that can be sent as a

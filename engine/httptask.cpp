@@ -40,7 +40,11 @@ bool HttpTask::prepareCookies()
     m_record.video_cookies = cookies.start(m_access, m_manager->cookieJar());
     m_pageAnswers = cookies.isAnswered();
     m_untrusted = cookies.untrusted();
-    return !m_record.video_cookies.text().isEmpty();
+    const bool found = !m_record.video_cookies.text().isEmpty();
+    // The attempt is going to end for want of them, and this is the reason.
+    if (!found && m_access.cookiesDemanded && cookies.error() != 0)
+        emit sigTrouble({cookies.error(), QString()});
+    return found;
 }
 
 void HttpTask::startRequest()
@@ -61,7 +65,7 @@ void HttpTask::startRequest()
     m_resumeFrom = 0;
     if (m_record.download_bytes > 0 && !prepareResume())
         return;
-    sendRequest();
+    ask(QUrl(m_record.video_url), 0);
 }
 
 bool HttpTask::prepareResume()
@@ -97,11 +101,6 @@ bool HttpTask::prepareResume()
     // The state is Start already, and writing it from here could undo a pause that arrives now.
     m_record.changeFlags.set(StateChanged);
     return true;
-}
-
-void HttpTask::sendRequest()
-{
-    ask(QUrl(m_record.video_url), 0);
 }
 
 void HttpTask::ask(const QUrl &address, int redirects)
@@ -212,7 +211,7 @@ void HttpTask::judgeAnswer()
         TRACE() << "start over" << m_record.video_mame.text();
         releaseReply(m_reply, this);
         m_resumeFrom = 0;
-        sendRequest();
+        ask(QUrl(m_record.video_url), 0);
         break;
     case StreamAnswer::Complete:
         m_record.total_bytes = answer.total;

@@ -59,7 +59,6 @@ private:
     };
 
     bool prepareResume(); // false: the attempt has ended
-    void sendRequest();   // from the stream's own address, however an earlier one was redirected
     void ask(const QUrl &address, int redirects); // that led to the address
     bool followRedirect(); // true: the answer was one; another request is under way, or the end
     void endWithSourceError();

@@ -10,6 +10,7 @@
 #include "texts.h"
 
 #include <QElapsedTimer>
+#include <QNetworkReply>
 #include <QSignalSpy>
 
 #include <sys/stat.h>
@@ -162,6 +163,8 @@ private slots:
         };
         const int before = failures();
         QTRY_VERIFY(failures() >= before + 5); // several refused attempts
+        QTRY_COMPARE(job->trouble().code, qint32(QNetworkReply::ConnectionRefusedError));
+        QTRY_VERIFY(job->retryDueIn() >= 0);
         QVERIFY(m_site.server.listen(port));
         m_site.clear();
         QTRY_COMPARE(job->record.video_state, JobState::Finished);
