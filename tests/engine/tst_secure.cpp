@@ -138,12 +138,10 @@ private slots:
         const QByteArray address = m_secure.url("/get?name=a%20b"_q).toUtf8();
         for (const bool withCookies : {true, false}) {
             init();
-            QList<HttpResponse> pages{EngineFixture::page()};
-            if (!withCookies) {
-                pages = QVector<HttpResponse>(6, HttpResponse::error(503)).toList();
-                pages << HttpResponse::text("1x1$9$$mp4|" + address);
-            }
-            m_secure.setResponses("/watch", pages);
+            QVector<HttpResponse> pages(withCookies ? 0 : 6, HttpResponse::error(503));
+            pages +=
+                withCookies ? EngineFixture::page() : HttpResponse::text("1x1$9$$mp4|" + address);
+            m_secure.setResponses("/watch", pages.toList());
             HttpResponse moved = HttpResponse::redirect(mirrored("/file"));
             moved.cutAfter = 0;
             m_secure.setResponse("/get", moved);
