@@ -12,7 +12,10 @@ make_certificate || die "no certificate"
 start_site 0 --media "$bin/demo-media" --rate 400000 --certificate "$certificate" --key "$key" \
     --secure-port 0 --stream-port 0 || die "no site"
 export REELKEEPER_SITE_HOST=$site_host REELKEEPER_UPDATE_HOST=$site
-export REELKEEPER_SECURE_HOSTS=$site_host REELKEEPER_CA_FILE=$certificate
+export REELKEEPER_SECURE_HOSTS=overridden.example REELKEEPER_CA_FILE=$certificate
+mkdir "$XDG_CONFIG_HOME/Quarnitek"
+printf '[Options]\nSecure Hosts=none.example, %s' "$site_host" \
+    >"$XDG_CONFIG_HOME/Quarnitek/Corvane Reelkeeper.conf"
 start_display || die "no display"
 
 end_program() { # SIGNAL EXPECTED-CODE
