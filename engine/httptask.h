@@ -58,7 +58,7 @@ private:
         Ignored, // read and thrown away
     };
 
-    bool prepareResume(); // false: the attempt has ended
+    bool prepareResume();                         // false: the attempt has ended
     void ask(const QUrl &address, int redirects); // that led to the address
     bool followRedirect(); // true: the answer was one; another request is under way, or the end
     void endWithSourceError();

@@ -91,14 +91,13 @@ private slots:
     {
         QTest::addColumn<QString>("encoder");
         QTest::addColumn<QString>("command");
-        QTest::addColumn<int>("error");
-        const auto row = [](const char *name, const char *encoder, const char *command, int error) {
-            QTest::newRow(name) << QString::fromLatin1(encoder) << QString::fromLatin1(command)
-                                << error;
+        QTest::addColumn<int>("trouble");
+        const auto row = [](const char *name, const char *encoder, const char *command, int why) {
+            QTest::newRow(name) << encoder << command << why;
         };
-        row("not a video", "real", "-y -i $input $output", 1);
-        row("exit 3", "child", "touch $output 3", 1);
-        row("no encoder", "none", "-", 0);
+        row("not a video", "real", "-y -i $input $output", JobTrouble::SourceUnreadable);
+        row("exit 3", "child", "touch $output 3", JobTrouble::ConversionFailed);
+        row("no encoder", "none", "-", JobTrouble::AdapterMissing);
         row("no such format", "child", "", 1012);
     }
 
@@ -106,11 +105,11 @@ private slots:
     {
         QFETCH(QString, encoder);
         QFETCH(QString, command);
-        QFETCH(int, error);
+        QFETCH(int, trouble);
+        const int error = trouble == 1012 ? trouble : trouble == JobTrouble::AdapterMissing ? 0 : 1;
         m_site.server.setResponse("/stream", slowStream(large));
         useProfile(encoder, command);
-        if (command.isEmpty())
-            m_job->record.output_format = 7;
+        m_job->record.output_format = command.isEmpty() ? 7 : 1;
         m_job->start();
         QTRY_COMPARE_WITH_TIMEOUT(m_ends, 1, convertTime);
         QCOMPARE(m_job->record.video_state, JobState::Errored);
@@ -119,6 +118,7 @@ private slots:
         QCOMPARE(m_site.outputFiles(), QStringList());
         QCOMPARE(qint64(m_job->record.download_bytes), 0LL);
         QVERIFY(logged({"Convert:"_q, "Error(%1)"_q.arg(error)}));
+        QCOMPARE(m_job->trouble().code, trouble);
         // What failed can be tried again, from the beginning, with one encoder.
         m_site.server.setResponse("/stream", EngineFixture::stream(200000));
         useProfile("child"_q, "copy $output"_q);
