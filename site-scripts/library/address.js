@@ -1,5 +1,12 @@
 // Addresses as pages write them.
 
+// What stands before a mark, or the whole text. Searched for by no regular expression: one that
+// does not match up to the end would begin again at each mark, and pages may have thousands.
+function before(text, mark) {
+    var place = text.indexOf(mark);
+    return place < 0 ? text : text.substr(0, place);
+}
+
 // An absolute address in its parts, or null. The program tells http by small letters.
 function splitAddress(address) {
     var parts = /^(https?):\/\/([^\s\/?#\\]{1,300})([^?#]*)/i.exec(address);
@@ -8,6 +15,8 @@ function splitAddress(address) {
 
 // Without "." and "..", as a browser asks for it.
 function plainPath(path) {
+    if (path.indexOf("/.") < 0)
+        return path;
     var parts = path.split("/");
     var kept = [];
     for (var i = 0; i < parts.length; i += 1) {
@@ -29,9 +38,8 @@ function plainPath(path) {
 // empty when there is none. The base is absolute or empty. No separator of the list of streams
 // and no blank is left in it.
 function resolve(reference, base) {
-    var text = plain(reference).replace(/^\s+|\s+$/g, "").replace(/[\r\n\t]/g, "");
-    text = text.substr(0, 8000).replace(/#.*$/, "");
-    if (!text)
+    var text = before(plain(reference).trim().replace(/[\r\n\t]/g, ""), "#");
+    if (!text || text.length > 8000)
         return "";
     var home = splitAddress(base);
     var scheme = /^([a-z][a-z0-9+.\-]{0,30}):/i.exec(text);
@@ -43,20 +51,21 @@ function resolve(reference, base) {
     else if (!scheme) {
         var path = text.charAt(0) === "/" ? text
             : text.charAt(0) === "?" ? home.path + text
-            : home.path.replace(/[^\/]*$/, "") + text;
+            : home.path.substr(0, home.path.lastIndexOf("/") + 1) + text;
         address = home.scheme + "://" + home.host + path;
     }
     var parts = splitAddress(address);
     if (!parts)
         return "";
-    var query = /\?.*$/.exec(address);
-    return (parts.scheme + "://" + parts.host + plainPath(parts.path) + (query ? query[0] : ""))
+    var query = address.substr(before(address, "?").length);
+    return (parts.scheme + "://" + parts.host + plainPath(parts.path) + query)
         .replace(/[\s\u0000-\u001f|]/g, encodeURIComponent);
 }
 
 // The last part of an address' path.
 function fileName(address) {
-    return /[^\/]*$/.exec(address.replace(/[?#].*$/, ""))[0];
+    var path = before(before(address, "?"), "#");
+    return path.substr(path.lastIndexOf("/") + 1);
 }
 
 // What the name ends in, in small letters.

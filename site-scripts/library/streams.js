@@ -45,6 +45,12 @@ function heightIn(text) {
     return 0;
 }
 
+// The width beside it ("1080x1920"), 0 without one.
+function widthIn(text) {
+    var size = /(\d{3,4})x\d{3,4}(?!\d)/.exec(text);
+    return size ? pixels(size[1]) : 0;
+}
+
 // The separators of the stream list cannot be part of its fields.
 function field(value) {
     return plain(value).replace(/[|$]/g, "");

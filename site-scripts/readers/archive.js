@@ -47,7 +47,7 @@ function addArchiveDetails(found, page) {
         found.description = textOf(page.markup, description) || found.description;
 }
 
-// The first part of the item that has streams.
+// The first part of the item that has streams, or what the meta tags tell when none has.
 function readArchive(page) {
     var lists = archiveLists(page);
     var found = { streams: [], seconds: "", playlist: false, error: "the item has no video file" };
@@ -60,6 +60,8 @@ function readArchive(page) {
     }
     if (!known)
         return null;
+    if (found.streams.length === 0)
+        addOpenGraph(found, page);
     found.streams = arrange(found.streams);
     found.seconds = found.seconds || duration(meta(page, "video:duration"));
     addArchiveDetails(found, page);

@@ -36,7 +36,7 @@ function readCommons(page) {
             mostSources);
         for (var i = 0; i < sources.length; i += 1) {
             var about = sources[i].attributes;
-            var address = plain(about.src).replace(/\?utm_.*$/, "");
+            var address = before(plain(about.src), "?utm_");
             addStream(about["data-transcodekey"] ? made : found, page, address, about.type, {
                 width: about["data-width"], height: about["data-height"],
                 ratio: pixels(video.attributes.width) / pixels(video.attributes.height) || 0

@@ -11,13 +11,16 @@ function addStream(found, page, reference, type, size) {
     if (!container)
         return;
     var height = pixels(size.height);
-    var width = pixels(size.width);
-    if (!height)
-        height = heightIn(plain(size.label)) || heightIn(fileName(address));
-    if (!width || !size.height)
-        width = height ? inRatio(height, size.ratio || 16, size.ratio ? 1 : 9) : 0;
+    var width = height ? pixels(size.width) : 0;
+    if (!height) {
+        var text = heightIn(plain(size.label)) ? plain(size.label) : fileName(address);
+        height = heightIn(text);
+        width = widthIn(text);
+    }
+    if (height && !width)
+        width = inRatio(height, size.ratio || 16, size.ratio ? 1 : 9);
     found.streams.push({
-        address: address, type: container, width: height ? width : 0, height: height,
+        address: address, type: container, width: width, height: height,
         label: height ? height + "p" : ""
     });
 }
@@ -27,15 +30,50 @@ function fileType(type, address) {
     return type || extension(resolve(address, "http://host/")) ? type : "mp4";
 }
 
+// Adds files that are told together, with a size when only one of them is a video: of several
+// nobody knows whose size it is.
+function addFiles(found, page, files, type, size) {
+    var first = found.streams.length;
+    for (var i = 0; i < files.length; i += 1)
+        addStream(found, page, files[i], fileType(type, files[i]), size || {});
+    if (size && found.streams.length > first + 1) {
+        found.streams.length = first;
+        addFiles(found, page, files, type, null);
+    }
+}
+
 function addVideoObject(found, page, object) {
     var files = listOf(object.contentUrl);
-    var type = plain(object.encodingFormat);
-    for (var i = 0; i < files.length; i += 1) {
-        var file = isObject(files[i]) ? files[i].url || files[i]["@id"] : files[i];
-        addStream(found, page, plain(file), fileType(type, plain(file)),
-            files.length === 1 ? object : {});
-    }
+    for (var i = 0; i < files.length; i += 1)
+        files[i] = plain(isObject(files[i]) ? files[i].url || files[i]["@id"] : files[i]);
+    addFiles(found, page, files, plain(object.encodingFormat),
+        { width: object.width, height: object.height });
     found.seconds = found.seconds || duration(object.duration);
+}
+
+// Where an item of microdata tells of others that belong to it: captions, pictures, persons. One
+// that is not closed soon is none.
+function innerItems(page, from, until) {
+    var tags = findElements(page.markup, "itemscope", "", from, until).slice(0, 200);
+    var items = [];
+    var last = 0;
+    for (var i = 0; i < tags.length; i += 1) {
+        if (tags[i].begin < last)
+            continue;
+        var content = page.markup.substr(tags[i].end, mostText);
+        var length = contentEnd(content, { name: tags[i].name, end: 0 });
+        if (length < content.length)
+            items.push({ begin: tags[i].end, end: last = tags[i].end + length });
+    }
+    return items;
+}
+
+function isIn(items, place) {
+    for (var i = 0; i < items.length; i += 1) {
+        if (place >= items[i].begin && place < items[i].end)
+            return true;
+    }
+    return false;
 }
 
 // The same, said by attributes of the elements that a person sees.
@@ -43,23 +81,25 @@ function addMicrodata(found, page) {
     var scope = findElements(page.markup, "itemtype", "VideoObject")[0];
     var from = scope ? scope.begin : 0;
     var until = scope ? contentEnd(page.markup, scope) : page.markup.length;
+    var others = scope ? innerItems(page, scope.end, until) : [];
     function properties(name, isAddress) {
         var tags = findElements(page.markup, "itemprop", name, from, until);
         var values = [];
         for (var i = 0; i < tags.length; i += 1) {
             var attributes = tags[i].attributes;
+            if (isIn(others, tags[i].begin))
+                continue;
             values.push(attributes.content || attributes.href || attributes.src ||
                 attributes.datetime || (isAddress ? "" : textOf(page.markup, tags[i], 1000)));
         }
         return values;
     }
     var files = properties("contentUrl", true);
-    var type = plain(properties("encodingFormat")[0]);
-    for (var i = 0; i < files.length; i += 1)
-        addStream(found, page, files[i], fileType(type, files[i]), files.length === 1
-            ? { width: properties("width")[0], height: properties("height")[0] } : {});
-    if (files.length > 0)
-        found.seconds = found.seconds || duration(properties("duration")[0]);
+    if (files.length === 0)
+        return;
+    addFiles(found, page, files, plain(properties("encodingFormat")[0]),
+        { width: properties("width")[0], height: properties("height")[0] });
+    found.seconds = found.seconds || duration(properties("duration")[0]);
 }
 
 // An address of its own begins another video; the other tags say more about the last one.
@@ -104,12 +144,10 @@ function addVideoElement(found, page, video) {
     }
 }
 
-function sharesAddress(some, others) {
+function sharesAddress(some, known) {
     for (var i = 0; i < some.length; i += 1) {
-        for (var j = 0; j < others.length; j += 1) {
-            if (some[i].address === others[j].address)
-                return true;
-        }
+        if (known["at " + some[i].address])
+            return true;
     }
     return false;
 }
@@ -118,7 +156,10 @@ function sharesAddress(some, others) {
 // tell of nothing: the others are previews and advertisements.
 function addVideoElements(found, page) {
     var videos = findTags(page.markup, "video|/video", 0, undefined, 40);
-    for (var i = 0; i < videos.length; i += 1) {
+    var known = {};
+    for (var i = 0; i < found.streams.length; i += 1)
+        known["at " + found.streams[i].address] = true;
+    for (i = 0; i < videos.length; i += 1) {
         if (videos[i].name !== "video")
             continue;
         var own = { streams: [] };
@@ -127,7 +168,7 @@ function addVideoElements(found, page) {
         addVideoElement(own, page, videos[i]);
         found.playlist = found.playlist || own.playlist;
         if (own.streams.length > 0 &&
-            (found.streams.length === 0 || sharesAddress(own.streams, found.streams))) {
+            (found.streams.length === 0 || sharesAddress(own.streams, known))) {
             found.streams = found.streams.concat(own.streams);
             return;
         }

@@ -18,12 +18,13 @@ function readWordpress(page) {
     var found = { streams: [], seconds: duration(object.duration), playlist: false };
     // The size that is told is the original's.
     var original = { width: pixels(object.width), height: pixels(object.height) };
+    var shape = original.width && original.height ? original : { width: 16, height: 9 };
     addStream(found, page, meta(page, "og:video"), "", original);
     for (i = 0; i < files.length; i += 1) {
         var width = wordpressWidth(plain(files[i]));
         addStream(found, page, plain(files[i]), "", !width ? original : {
             width: width,
-            height: inRatio(width, original.height || 9, original.width || 16)
+            height: inRatio(width, shape.height, shape.width)
         });
     }
     found.streams = arrange(found.streams);
