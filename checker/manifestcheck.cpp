@@ -53,8 +53,8 @@ void ManifestCheck::tellServer(const QByteArray &xml)
 {
     QDomDocument document;
     document.setContent(xml);
-    const QDomElement js = document.documentElement().firstChildElement(QStringLiteral("js"));
-    if (!js.nextSiblingElement(QStringLiteral("js")).isNull())
+    const QDomElement js = document.documentElement().lastChildElement(QStringLiteral("js"));
+    if (!js.previousSiblingElement(QStringLiteral("js")).isNull())
         m_report.problem(QStringLiteral("there are several js elements, and the last one counts"));
     bool isNumber = false;
     js.attribute(QStringLiteral("version")).toInt(&isNumber);
@@ -102,10 +102,11 @@ void ManifestCheck::tellName(const QString &name, const CJSLib &scripts)
     const SiteScript *first = scripts.matchHost(file);
     if (!problem.isEmpty())
         m_report.problem(start + problem);
-    else if (first && first->name != file)
-        m_report.problem(
-            start +
-            QStringLiteral("never used, %1 is found first in every such host").arg(first->name));
+    else if (!first && QFileInfo::exists(m_folder + name))
+        m_report.problem(start + QStringLiteral("never used, hidden files are no scripts"));
+    else if (first && first->path != m_folder + name)
+        m_report.problem(start + QStringLiteral("never used, %1 is found first in every such host")
+                                     .arg(shown(first->path.mid(m_folder.size()))));
     if (!m_names.contains(name + companionSuffixes.first()))
         m_report.problem(start + QStringLiteral("no %1, so each video is called undefined")
                                      .arg(companionSuffixes.first()));

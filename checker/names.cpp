@@ -4,7 +4,7 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QRegularExpression>
+#include <QUrl>
 
 #include <algorithm>
 
@@ -22,12 +22,13 @@ QString scriptOfCompanion(const QString &name)
 
 QString nameProblem(const QString &name)
 {
-    static const QRegularExpression host(QStringLiteral("^[a-z0-9.-]+$"));
+    const QLatin1String label(name.startsWith(QLatin1Char('.')) ? "www" : "");
+    const QString host = QUrl(QStringLiteral("http://") + label + name).host();
     if (name.contains(QLatin1Char('_')))
         return QStringLiteral("the name of a script has no _, which tells companions from scripts");
-    if (!host.match(name).hasMatch())
+    if (!host.contains(name))
         return QStringLiteral("no host has this name in it: a name is made of small letters, "
-                              "digits, dots and hyphens");
+                              "digits, dots and hyphens, and xn-- is read as what it stands for");
     return QString();
 }
 

@@ -140,6 +140,11 @@ private slots:
             {"example.org'", "a.example.org'", "a.ex", "", "a.ex: no entry lists it"},
             {"example.org'", "tv.example.org'", "tv.example.org", "12345",
              "never used, example.org"},
+            {"example.org'", ".example'", ".example", "12345", "never used, hidden"},
+            {"example.org'", "b/xn--mller-kva.de'", "b/xn--mller-kva.de", "12345",
+             "b/xn--mller-kva.de: no host has this name"},
+            {"<f", "<f des='' name='a/example.org'/><f", "a/example.org", "1",
+             "example.org: never used, a/example.org"},
             {"", "", "example.org", "", "example.org is empty"},
             {"", "", "example.org", "1;\n\xe9\n", "example.org, line 2 is not ASCII"},
         };
