@@ -21,6 +21,15 @@ void appendAddresses(QStringList *to, const QString &start, const PageFolder &fo
     for (const QString &name : folder.names())
         to->append(start + QString::fromLatin1(QUrl::toPercentEncoding(name)));
 }
+
+// What a file's name tells of its type, by one of its names.
+QString typeOf(const QString &name)
+{
+    const QString suffix = QFileInfo(name).suffix().toLower();
+    return suffix == QLatin1String("ogv")   ? QStringLiteral("ogg")
+           : suffix == QLatin1String("m4v") ? QStringLiteral("mp4")
+                                            : suffix;
+}
 } // namespace
 
 // Outside of any namespace, as the macro wants it: a library's resources are not there by
@@ -119,7 +128,7 @@ const DemoStream *DemoSite::streamAt(const QByteArray &path) const
         for (const DemoStream &stream : video.streams) {
             if (parts.contains(stream.file))
                 return &stream;
-            if (!sameType && QFileInfo(stream.file).suffix() == QFileInfo(parts.last()).suffix())
+            if (!sameType && typeOf(stream.file) == typeOf(parts.last()))
                 sameType = &stream;
         }
     }

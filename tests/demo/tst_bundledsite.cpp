@@ -214,7 +214,7 @@ private slots:
             QVERIFY(page.endsWith("page of h"));
             QVERIFY(page.contains("\r\nSet-Cookie: "));
         }
-        QVERIFY(answer("GET /download/a/mill.webm").contains("Content-Type: video/webm\r\n"));
+        QVERIFY(answer("GET /download/a/mill.OGV").contains("Content-Type: video/ogg\r\n"));
         for (const char *path : {"/saved/notes.txt", "/saved/", "/saved/../outside.html",
                                  "/saved/%2e%2e%2foutside.html", "/download/notes.txt"})
             QVERIFY2(answer(QByteArray("GET ") + path).startsWith("HTTP/1.1 404 "), path);
