@@ -23,9 +23,6 @@ public:
     // jar: takes the cookies of all answers on the way as well, each for its hosts.
     QString start(const SiteAccess &access, QNetworkCookieJar *jar);
 
-    // True when the page was there, with cookies or without.
-    bool isAnswered() const { return m_reply && m_reply->error() == QNetworkReply::NoError; }
-
     // Why the certificate of the page's server is not trusted; empty when it is.
     QString untrusted() const { return m_get.untrusted(); }
     int error() const { return m_get.error(); } // 0, or a QNetworkReply::NetworkError

@@ -38,7 +38,7 @@ bool HttpTask::prepareCookies()
 {
     Cookies cookies(m_stallTimeout);
     m_record.video_cookies = cookies.start(m_access, m_manager->cookieJar());
-    m_pageAnswers = cookies.isAnswered();
+    m_pageAnswers = cookies.error() == 0;
     m_untrusted = cookies.untrusted();
     const bool found = !m_record.video_cookies.text().isEmpty();
     // The attempt is going to end for want of them, and this is the reason.
