@@ -33,6 +33,8 @@ bool ManifestCheck::run()
         for (const ScriptFileEntry &entry : domain.files)
             m_names.append(entry.name);
     }
+    if (m_names.isEmpty())
+        m_report.problem(QStringLiteral("no sites element: nothing would be fetched"));
     for (const QString &name : qAsConst(m_names))
         tellFile(name);
     tellServer(xml);

@@ -78,8 +78,11 @@ void StreamTable::keep(int number, const StreamRecord &record)
         m_report.note(QStringLiteral("no quality setting looks at a type without mp4 or flv"));
     if (stream.videoAddress.startsWith(QLatin1String("http://https:")) ||
         QUrl(address).host().isEmpty())
-        m_report.problem(
-            QStringLiteral("record %1 cannot be fetched from its address").arg(number));
+        m_report.problem(QStringLiteral("record %1 cannot be fetched from its address%2")
+                             .arg(QString::number(number),
+                                  m_access.page.isEmpty()
+                                      ? QStringLiteral(": without --url the page is a plain one")
+                                      : QString()));
 }
 
 void StreamTable::tellQualities(const OutputProfileManager &profiles) const
