@@ -129,8 +129,10 @@ private slots:
         const auto job = m_site.newJob();
         {
             const FullDisk full(half);
+            job->record.spend_time = 1000; // of an attempt before
             job->start();
             QTRY_COMPARE(job->record.video_state, JobState::Errored);
+            QVERIFY(job->record.spend_time == 0);
             QVERIFY(m_sandbox.logLines().contains("Download:Error(1003)"_q));
             QCOMPARE(m_site.outputFiles(), QStringList());
             addStoredJobs(&manager, 400);
