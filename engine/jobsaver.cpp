@@ -86,6 +86,8 @@ bool JobSaver::saveLast()
 
 bool JobSaver::saveNow(int patience)
 {
+    // At an early end of the program the list is still being read there.
+    m_thread.finish();
     end();
     begin(patience);
     const bool saved = end();

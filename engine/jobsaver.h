@@ -18,7 +18,8 @@ class JobSaver final : public QObject
     Q_DISABLE_COPY(JobSaver)
 
 public:
-    // All three outlive it. The database was opened on that thread.
+    // The thread outlives it, and the others every save. The database is opened on that thread;
+    // only save() and saveLast() wait until what else was begun there is done.
     JobSaver(DownloaderManager &manager, WebDatabase &database, StorageThread &thread);
     ~JobSaver() override; // waits for a save that is under way
 

@@ -142,6 +142,8 @@ private slots:
         {
             const NoThreads full;
             manager.addJob(m_site.info());
+            ListOnThread list(m_sandbox.path("none/"_q)); // whoever asks writes it himself
+            QVERIFY(list.opened && JobSaver(manager, *list.database, list.storage).save());
         }
         QVERIFY(m_sandbox.logLines().contains("Download:Failed(no thread)"_q));
         QTRY_VERIFY(manager.allFinished());
@@ -164,7 +166,12 @@ private slots:
         }
         DownloaderManager manager(EngineFixture::surroundings());
         bool read = false;
-        list.storage.run([&] { read = list.database->ReadRows(); });
+        list.storage.begin([&] { read = list.database->ReadRows(); });
+        {
+            // The program ends while it reads: what it has not taken in must not be lost.
+            DownloaderManager empty(EngineFixture::surroundings());
+            QVERIFY(!JobSaver(empty, *list.database, list.storage).saveLast());
+        }
         list.database->TakeRows([&](const auto &fill) { return manager.loadJob(fill); });
         QVERIFY(read);
         HttpJob *running = manager.findJob(1);
