@@ -4,8 +4,8 @@
 #include <utility>
 
 // The program's one copy of a class that can be built anywhere else as well: created on first use,
-// deleted at a fixed place of the shut-down, made anew by a later use. The first use and the
-// deletion happen on the user-interface thread.
+// deleted at a fixed place of the shut-down, made anew by a later use. The first use happens on the
+// user-interface thread, the deletion there or while that thread waits for it.
 template <typename Class>
 class ProcessInstance final
 {

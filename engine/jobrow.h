@@ -8,7 +8,8 @@ class QSqlQuery;
 struct JobData;
 
 // One job as it is stored: a row of the table video_download. The columns are written down once, in
-// the source file; every statement and every value follows from there. User-interface thread.
+// the source file; every statement and every value follows from there. One thread at a time:
+// a JobData is read and filled on the user-interface thread, a query used on its connection's.
 class JobRow final
 {
 public:

@@ -88,14 +88,15 @@ static Options &loadSettings(AppInfo &info)
 {
     Options &options = *Options::instance();
     options.load();
+    LogFile *log = LogFile::instance(); // made here, before other threads use it
     if (options.enableLogging)
-        LogFile::instance()->open();
+        log->open();
     if (options.secureHosts)
         info.secureHosts = SecureHosts::fromText(*options.secureHosts);
     if (!info.secureHosts.odd.isEmpty())
-        LogFile::instance()->write(QStringLiteral("Failed:"),
-                                   QStringLiteral("Secure hosts, more or other than a name: %1")
-                                       .arg(info.secureHosts.odd.join(QStringLiteral(", "))));
+        log->write(QStringLiteral("Failed:"),
+                   QStringLiteral("Secure hosts, more or other than a name: %1")
+                       .arg(info.secureHosts.odd.join(QStringLiteral(", "))));
     if (!info.certificateFile.isEmpty())
         trustCertificatesOf(info.certificateFile);
     return options;
