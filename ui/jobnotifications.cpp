@@ -55,10 +55,12 @@ void JobNotifications::allEnded()
     // Heard a moment after the last end: there may be work again.
     if (m_countingDown || !m_options.shutDownWhenAllFinished || !m_manager.allFinished())
         return;
-    if (countDown())
-        CloseSystem(3, m_window);
-    else
+    if (!countDown()) {
         emit cancelled();
+        return;
+    }
+    emit shuttingDown();
+    CloseSystem(3, m_window);
 }
 
 bool JobNotifications::countDown()

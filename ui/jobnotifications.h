@@ -31,7 +31,8 @@ public:
 signals:
     void balloon(const QString &title, const QString &text, QSystemTrayIcon::MessageIcon icon);
     void countingDown(bool now);
-    void cancelled(); // after the countdown; the computer stays on
+    void cancelled();    // after the countdown; the computer stays on
+    void shuttingDown(); // after the countdown; asked for as soon as this returns
 
 private:
     bool countDown(); // true: shut down

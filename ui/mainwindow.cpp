@@ -138,6 +138,7 @@ void MainWindow::connectJobs()
     });
     connect(notifications, &JobNotifications::cancelled, this,
             [this] { m_addresses->offerKept(); });
+    connect(notifications, &JobNotifications::shuttingDown, this, &MainWindow::onSaveRequest);
 }
 
 void MainWindow::startTimers()

@@ -52,7 +52,7 @@ public slots:
     void onHelp();
     void onAbout();
     void onInstanceCheck(QString strTimes, const QByteArray &token = QByteArray());
-    void onSaveRequest(); // the session wants everything on disk, and goes on
+    void onSaveRequest(); // everything is to be on the disk at the return; the program goes on
     void onEndSession();
 
 private slots:

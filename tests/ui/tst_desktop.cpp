@@ -247,13 +247,19 @@ private slots:
         DownloaderManager manager(testSurroundings());
         JobNotifications notifications(manager, *Options::instance(), nullptr);
         const int before = m_sandbox.logLines().count("CloseSystem:Enter"_q);
+        const auto asked = [&] {
+            return m_sandbox.logLines().count("CloseSystem:Enter"_q) > before;
+        };
         int countdowns = 0;
+        int savedBefore = 0;
+        connect(&notifications, &JobNotifications::shuttingDown, this,
+                [&] { savedBefore += asked() ? 0 : 1; });
         const auto shutDown = [&](bool wanted, const QString &button) {
             const ModalDriver person("DlgShutDown", ModalDriver::press(button));
             Options::instance()->shutDownWhenAllFinished = wanted;
             notifications.allEnded();
             countdowns += person.seen();
-            return m_sandbox.logLines().count("CloseSystem:Enter"_q) > before;
+            return asked();
         };
         QVERIFY(!shutDown(false, "btnShutdown"_q));
         QVERIFY(!shutDown(true, "btnCancel"_q));
@@ -261,6 +267,7 @@ private slots:
         QVERIFY(!shutDown(true, "btnShutdown"_q));
         job->record.video_state = JobState::Errored;
         QVERIFY(shutDown(true, "btnShutdown"_q));
+        QCOMPARE(savedBefore, 1);
         QCOMPARE(countdowns, 2);
     }
 
