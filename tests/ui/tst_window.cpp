@@ -53,14 +53,16 @@ private slots:
         {
             MainWindow window(true);
             const auto *tabs = child<QTabWidget>(window, "tabWidget");
-            QCOMPARE(tabs->tabText(0), "Downloading(3)"_q);
-            QCOMPARE(tabs->tabText(1), "Finished(1)"_q);
-            QCOMPARE(DownloaderManager::instance()->findJob(4)->record.video_state,
-                     JobState::Errored);
+            QCOMPARE(tabs->tabText(0) + tabs->tabText(1), "Downloading(3)Finished(1)"_q);
+            const DownloaderManager &manager = *DownloaderManager::instance();
+            QCOMPARE(manager.findJob(4)->record.video_state, JobState::Errored);
             QVERIFY(!child<QPushButton>(window, "btnStart")->isEnabled());
             child<DownloadTableWidget>(window, "listViewDownloading")->selectRow(0);
-            QVERIFY(child<QPushButton>(window, "btnStart")->isEnabled());
             QVERIFY(!child<QPushButton>(window, "btnPause")->isEnabled());
+            for (const char *name : {"btnStart", "btnPause"}) {
+                QTest::mouseClick(child<QPushButton>(window, name), Qt::LeftButton);
+                QCOMPARE(manager.findJob(1)->isRunning(), name[3] == 'S');
+            }
             for (bool selected : {false, true}) {
                 for (const char *button : {"btnPlay", "btnRename", "btnFinishedDelete"})
                     QCOMPARE(child<QPushButton>(window, button)->isEnabled(), selected);
@@ -70,7 +72,7 @@ private slots:
             QTest::mouseClick(child<QPushButton>(window, "btnDownloadDelete"), Qt::LeftButton);
             QTRY_COMPARE(tabs->tabText(0), "Downloading(2)"_q);
             QTRY_COMPARE(storedPages(), QStringList({"-"_q, "2"_q, "3"_q, "4"_q})); // at once
-            DownloaderManager::instance()->findJob(2)->record.page = "changed"_q;
+            manager.findJob(2)->record.page = "changed"_q;
         }
         QCOMPARE(storedPages(), QStringList({"-"_q, "changed"_q, "3"_q, "4"_q}));
     }
