@@ -62,11 +62,12 @@ function line(value) {
 }
 
 // The size as a whole number of pixels, 0 when it is none. Metadata has it as a number, as text
-// ("1920", "1920px") or as an object around one of them.
+// ("1920", "1920px") or as an object around one of them. A share ("100%") is none.
 function pixels(value) {
     if (isObject(value))
         value = plain(value.value) || plain(value.name);
-    var number = Math.floor(parseFloat(plain(value)));
+    var text = plain(value);
+    var number = text.indexOf("%") < 0 ? Math.floor(parseFloat(text)) : 0;
     return number > 0 && number < 100000 ? number : 0;
 }
 
