@@ -39,7 +39,7 @@ constexpr Entry table[] = {
     {QNetworkReply::TooManyRedirectsError,
      QT_TRANSLATE_NOOP("TroubleWords", "The server leads round in circles")},
     {QNetworkReply::InsecureRedirectError,
-     QT_TRANSLATE_NOOP("TroubleWords", "The server leads to a place that is not asked")},
+     QT_TRANSLATE_NOOP("TroubleWords", "The server sends the download on to where it must not go")},
     {QNetworkReply::UnknownNetworkError, QT_TRANSLATE_NOOP("TroubleWords", "No connection")},
     {QNetworkReply::ProxyConnectionRefusedError,
      QT_TRANSLATE_NOOP("TroubleWords", "The proxy refuses the connection")},
@@ -94,7 +94,7 @@ constexpr Entry table[] = {
     {NoContentType,
      QT_TRANSLATE_NOOP("TroubleWords", "The server does not say what kind of video it sends")},
     {RedirectRefused,
-     QT_TRANSLATE_NOOP("TroubleWords", "The server leads to a place that is not asked")},
+     QT_TRANSLATE_NOOP("TroubleWords", "The server sends the download on to where it must not go")},
     {JobTrouble::EndedShort, QT_TRANSLATE_NOOP("TroubleWords", "The video ended too early")},
     // Files.
     {FileError, QT_TRANSLATE_NOOP("TroubleWords", "The file cannot be used")},
