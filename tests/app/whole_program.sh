@@ -41,11 +41,14 @@ cmp "$file" "$scratch/stream"
 
 say "A second start hands over to the first and ends with 0"
 xdotool windowminimize --sync "$(window_named "Corvane Reelkeeper")"
+xev -root -event property >"$scratch/told" &
 launch=launcher_TIME$(($(cut -d . -f 1 /proc/uptime) * 1000))
 DESKTOP_STARTUP_ID=$launch "$bin/reelkeeper" || die "the second start ended with $?"
 wait_until 10 "the window to come back" window_named "Corvane Reelkeeper" || die "not raised"
 xprop -id "$(window_named "Corvane Reelkeeper")" _NET_STARTUP_ID | grep -q "\"$launch\"" ||
     die "the launcher does not know the window"
+wait_until 10 "the end of the start" grep -q _NET_STARTUP_INFO_BEGIN "$scratch/told" ||
+    die "the cursor stays busy"
 
 say "A request to end stops a running download with every byte it has"
 download "http://$site/watch?v=longer"

@@ -165,6 +165,12 @@ private slots:
         QCOMPARE(tip(&downloads, 0), "Failed: FFmpeg refused the sound: Rate <5%1>."_q);
         downloads.setColumnWidth(1, 60);
         QCOMPARE(tip(&downloads, 1).section(QLatin1Char('\n'), 0, 0), title);
+        job->record.video_state = JobState::Start;
+        job->record.download_bytes = 10;
+        job->record.changeFlags.set(ProgressChanged);
+        QVERIFY(downloads.updateJob(job));
+        tip(&downloads, 3);
+        QTRY_VERIFY(shownTip().endsWith("\n0 B per second"_q));
     }
 
     void everyTextIsTranslatedAndHasRoom()
