@@ -19,8 +19,15 @@ XStartup::~XStartup()
     xcb_disconnect(m_connection);
 }
 
+bool XStartup::isConnected() const
+{
+    return xcb_connection_has_error(m_connection) == 0;
+}
+
 void XStartup::announce(xcb_window_t window)
 {
+    if (!isConnected())
+        return;
     xcb_change_property(
         m_connection, XCB_PROP_MODE_REPLACE, window, atomNamed(m_connection, "_NET_STARTUP_ID"),
         atomNamed(m_connection, "UTF8_STRING"), 8, uint32_t(m_id.size()), m_id.constData());
@@ -30,6 +37,8 @@ void XStartup::announce(xcb_window_t window)
 
 void XStartup::finish(xcb_window_t window)
 {
+    if (!isConnected())
+        return;
     const QByteArray mark = QByteArrayLiteral("_TIME");
     const int at = m_id.lastIndexOf(mark);
     bool hasTime = false;

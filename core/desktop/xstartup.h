@@ -19,6 +19,7 @@ public:
     void finish(xcb_window_t window);   // it is shown: give it the focus, and end the busy cursor
 
 private:
+    bool isConnected() const; // a display takes only so many
     void setUserTime(xcb_window_t window, uint32_t time);
     void send(xcb_client_message_event_t message, uint32_t mask);
     void broadcast(xcb_window_t window, const QByteArray &text);
