@@ -53,8 +53,9 @@ bool AddressIntake::eventFilter(QObject *window, QEvent *event)
 {
     switch (event->type()) {
     case QEvent::DragEnter:
-    case QEvent::DragMove:
         judgeDrag(static_cast<QDropEvent *>(event));
+        return true;
+    case QEvent::DragMove: // accepted or not as when it entered: to look again takes its time
         return true;
     case QEvent::Drop: {
         auto *drop = static_cast<QDropEvent *>(event);
