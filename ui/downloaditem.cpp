@@ -21,6 +21,19 @@ static QFont textFont()
     return QFont(QStringLiteral("Arial"), 10);
 }
 
+// Titles, paths and what FFmpeg says are no markup; what is wraps its lines, early: only long ones
+// shall.
+static QString inTip(const QString &text)
+{
+    constexpr int longest = 80; // characters
+    QStringList lines = text.split(QLatin1Char('\n'));
+    for (QString &line : lines) {
+        if (line.size() <= longest)
+            line.replace(QLatin1Char(' '), QChar(QChar::Nbsp));
+    }
+    return Qt::convertFromPlainText(lines.join(QLatin1Char('\n')), Qt::WhiteSpaceNormal);
+}
+
 DownloadItem::DownloadItem(const QColor &themeColor, QObject *parent)
     : QItemDelegate(parent)
     , m_themeColor(themeColor)
@@ -176,10 +189,7 @@ QString DownloadItem::tip() const
         parts += text.trimmed();
     parts += index.data(Qt::ToolTipRole).toString();
     parts.removeAll(QString());
-    // Titles, paths and what FFmpeg says are no markup; what is wraps its lines.
-    return parts.isEmpty()
-               ? QString()
-               : Qt::convertFromPlainText(parts.join(QLatin1Char('\n')), Qt::WhiteSpaceNormal);
+    return parts.isEmpty() ? QString() : inTip(parts.join(QLatin1Char('\n')));
 }
 
 void DownloadItem::showTip()

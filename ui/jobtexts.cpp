@@ -88,8 +88,12 @@ QString troubleText(const HttpJob &job)
 
 QString conditionText(const HttpJob &job)
 {
+    const JobRecord &record = job.record;
     const QString trouble = troubleText(job);
-    const QString state = stateDescription(job.record.video_state);
+    const bool onlyConverts = job.isRunning() && record.output_format != 0 &&
+                              record.total_bytes > 0 && record.download_bytes == record.total_bytes;
+    const QString state =
+        onlyConverts ? JobTexts::tr("Converting") : stateDescription(record.video_state);
     if (trouble.isEmpty() || job.isRunning())
         return trouble.isEmpty() ? state : trouble;
     return JobTexts::tr("%1: %2").arg(state, trouble);
@@ -105,10 +109,11 @@ QString progressText(const HttpJob &job, const QString &data, qint64 speed)
         lines += total > 0
                      ? JobTexts::tr("%1 of %2 received").arg(formatSize(done), formatSize(total))
                      : JobTexts::tr("%1 received").arg(formatSize(done));
+        const QString converted = formatDuration(int(record.convertedSeconds));
         if (record.output_format != 0)
-            lines += JobTexts::tr("%1 of %2 converted")
-                         .arg(formatDuration(int(record.convertedSeconds)),
-                              formatDuration(record.duration));
+            lines += record.duration > 0 ? JobTexts::tr("%1 of %2 converted")
+                                               .arg(converted, formatDuration(record.duration))
+                                         : JobTexts::tr("%1 converted").arg(converted);
         const bool moves = job.isRunning() && job.retryDueIn() < 0;
         if (moves && speed >= 0 && done != total)
             lines += JobTexts::tr("%1 per second").arg(formatSize(speed));

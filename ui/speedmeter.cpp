@@ -4,7 +4,9 @@
 
 void SpeedMeter::note(quint32 now, qint64 bytes)
 {
-    if (m_count > 0 && bytes < m_samples[size_t(m_count - 1)].bytes)
+    // A pause is no part of the speed after it.
+    if (m_count > 0 && (bytes < m_samples[size_t(m_count - 1)].bytes ||
+                        now - m_samples[size_t(m_count - 1)].moment > 2 * window))
         m_count = 0;
     // A little early is early enough: timers are not exact.
     if (m_count > 0 && now - m_samples[size_t(m_count - 1)].moment < step / 2)

@@ -11,7 +11,7 @@ class SpeedMeter final
 public:
     static constexpr quint32 window = 5000; // milliseconds
 
-    // The count at that moment. A smaller one than before begins anew.
+    // The count at that moment. A smaller one than before begins anew, and one after a long pause.
     void note(quint32 now, qint64 bytes);
     // Bytes per second up to that moment; -1 when it is too early to tell.
     qint64 speed(quint32 now, qint64 bytes) const;

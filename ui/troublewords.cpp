@@ -30,7 +30,7 @@ constexpr Entry table[] = {
     {QNetworkReply::OperationCanceledError,
      QT_TRANSLATE_NOOP("TroubleWords", "The download was interrupted")},
     {QNetworkReply::SslHandshakeFailedError,
-     QT_TRANSLATE_NOOP("TroubleWords", "The server cannot be trusted")},
+     QT_TRANSLATE_NOOP("TroubleWords", "No secure connection to the server can be made")},
     {QNetworkReply::TemporaryNetworkFailureError,
      QT_TRANSLATE_NOOP("TroubleWords", "No connection")},
     {QNetworkReply::NetworkSessionFailedError, QT_TRANSLATE_NOOP("TroubleWords", "No connection")},

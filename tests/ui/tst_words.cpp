@@ -117,7 +117,9 @@ private slots:
         QCOMPARE((QVector<qint64>{speeds[0], speeds[9], speeds[19]}),
                  (QVector<qint64>{-1, 100, 7000}));
         QCOMPARE(meter.speed(start + 30000, bytes), 0LL); // nothing comes any more
-        meter.note(start + 30000, 10);                    // from the beginning
+        meter.note(start + 31000, bytes + 900);           // after the wait for a retry
+        QCOMPARE(meter.speed(start + 32000, bytes + 1800), 900LL);
+        meter.note(start + 30000, 10); // from the beginning
         QCOMPARE(meter.speed(start + 32000, 2010), 1000LL);
     }
 
@@ -159,6 +161,7 @@ private slots:
         QVERIFY(progress->data(Qt::AccessibleTextRole).toString().endsWith(" received"_q));
         job->record.download_bytes = 6000; // whoever looks on sees it come
         QTRY_VERIFY(shownTip().endsWith("5.9 KB received"_q));
+        QVERIFY(!QToolTip::text().contains(QLatin1Char(' '))); // short lines are not broken
         job->onDownloadRetry();
         job->noteTrouble({JobTrouble::SoundRefused, "Rate <5%1>"_q});
         job->onDownloadError(NoContentType); // that follows from the first
