@@ -34,9 +34,10 @@ wait_until() {
     done
 }
 
-# A virtual display with a window manager; sets DISPLAY.
+# A virtual display with a window manager; sets DISPLAY. Its resolution is one at which programs
+# are as large as they say.
 start_display() {
-    Xvfb -displayfd 3 -screen 0 "${1:-1280x800x24}" -nolisten tcp \
+    Xvfb -displayfd 3 -screen 0 "${1:-1280x800x24}" -dpi 96 -nolisten tcp \
         3>"$scratch/display" >"$scratch/xvfb.log" 2>&1 &
     wait_until 20 "a virtual display" test -s "$scratch/display" || return 1
     DISPLAY=:$(cat "$scratch/display")
@@ -60,6 +61,7 @@ make_certificate() {
 start_site() {
     local port=$1
     shift
+    : >"$scratch/site" # what an earlier one said is not about this one
     "$bin/reelkeeper-demo" --port "$port" "$@" >"$scratch/site" 2>"$scratch/site.err" &
     site_pid=$!
     local end=$((SECONDS + 120))
