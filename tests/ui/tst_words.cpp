@@ -9,6 +9,7 @@
 #include "downloaderror.h"
 #include "downloadtablewidget.h"
 #include "finishedtablewidget.h"
+#include "jobtexts.h"
 #include "literals.h"
 #include "mainwindow.h"
 #include "speedmeter.h"
@@ -162,6 +163,12 @@ private slots:
         job->record.download_bytes = 6000; // whoever looks on sees it come
         QTRY_VERIFY(shownTip().endsWith("5.9 KB received"_q));
         QVERIFY(!QToolTip::text().contains(QLatin1Char(' '))); // short lines are not broken
+        const auto converting = manager.newJob();
+        converting->record.output_format = 1;
+        converting->record.download_bytes = 6000;
+        converting->record.total_bytes = 6000;
+        QCOMPARE(progressText(*converting, QString(), -1),
+                 "Converting\n5.9 KB of 5.9 KB received\n00:00 converted"_q);
         job->onDownloadRetry();
         job->noteTrouble({JobTrouble::SoundRefused, "Rate <5%1>"_q});
         job->onDownloadError(NoContentType); // that follows from the first
