@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <functional>
 #include <numeric>
-#include <utility>
 
 namespace {
 
@@ -78,17 +77,17 @@ bool JobTableWidget::loadColumns()
 void JobTableWidget::showEvent(QShowEvent *event)
 {
     QTableWidget::showEvent(event);
-    if (std::exchange(m_wasShown, true))
+    if (m_wasShown)
         return;
     // The scroll bar that appears with the first rows makes no list narrower that was stored with
     // it: otherwise the columns would shrink a little at every start.
     QMetaObject::invokeMethod(
         this,
-        [this, widths = elasticWidths()] {
+        [this] {
             executeDelayedItemsLayout();
             updateGeometries();
-            setElasticWidths(widths);
             m_lastWidth = viewport()->width();
+            m_wasShown = true;
         },
         Qt::QueuedConnection);
 }
@@ -116,7 +115,7 @@ void JobTableWidget::resizeEvent(QResizeEvent *event)
     }
     const int newWidth = event->size().width();
     const int oldWidth = event->oldSize().width() < 0 ? m_lastWidth : event->oldSize().width();
-    if (oldWidth > 0) {
+    if (oldWidth > 0 && m_wasShown) {
         setElasticWidths(proportionalWidths(elasticWidths(), newWidth - oldWidth));
         m_lastWidth = newWidth;
     }

@@ -204,7 +204,10 @@ private slots:
 
     void listsFollowTheWindowBehindTheOtherTab()
     {
+        storeJobs(QVector<JobState>(20, JobState::Stopped).toList()); // more than it shows
         MainWindow window(true);
+        QCoreApplication::processEvents();
+        QCOMPARE(child<QTableWidget>(window, "listViewDownloading")->columnWidth(1), 287);
         auto *finished = child<QTableWidget>(window, "listViewFinished");
         QCOMPARE(finished->columnWidth(0), 387);
         auto *tabs = child<QTabWidget>(window, "tabWidget");
