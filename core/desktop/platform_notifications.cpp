@@ -5,6 +5,7 @@
 
 #include <QDBusConnection>
 #include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
 #include <QSet>
 
 #include <utility>
@@ -32,6 +33,12 @@ public:
         listenTo("ActivationToken", SLOT(onActivationToken(uint, QString)));
         listenTo("ActionInvoked", SLOT(onActionInvoked(uint)));
         listenTo("NotificationClosed", SLOT(onClosed(uint)));
+        // Who takes its place counts from the beginning: the numbers are somebody else's then.
+        const auto *owner = new QDBusServiceWatcher(
+            callToNotifier(QString()).service(), QDBusConnection::sessionBus(),
+            QDBusServiceWatcher::WatchForUnregistration, this);
+        connect(owner, &QDBusServiceWatcher::serviceUnregistered, this,
+                [this] { m_shown.clear(); });
     }
 
     // Services differ in what they understand, and may be replaced at any time: each is asked.
