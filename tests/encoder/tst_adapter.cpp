@@ -100,6 +100,7 @@ private slots:
     {
         const std::string ftyp = box("ftyp", 24);
         const std::string longFree(box("free", 1).append("\0\0\0\2\0\0\0\0", 8));
+        const std::string shortFree(box("free", 1).append("\0\0\0\0\0\0\0\20", 8));
         const QPair<std::string, InputKind> cases[] = {
             {"", InputKind::Undecided},
             {ftyp.substr(0, 7), InputKind::Undecided},
@@ -108,6 +109,7 @@ private slots:
             {ftyp + box("free", 5000000), InputKind::Undecided},
             {ftyp + box("free", 5000000) + std::string(1 << 20, 'x'), InputKind::NeedsFile},
             {ftyp + longFree.substr(0, 12), InputKind::Undecided},
+            {ftyp + shortFree + box("mdat", 0), InputKind::NeedsFile},
             {ftyp + box("free", 3) + std::string(99, 'x'), InputKind::Streamable},
             {std::string("FLV\1\5\0\0\0\11\0\0\0\0", 13), InputKind::Streamable},
         };

@@ -54,6 +54,7 @@ private slots:
         QCOMPARE(file.trouble().code, qint32(JobTrouble::DiskFull));
         QVERIFY(!file.prepare(m_sandbox.path("missing/x"_q), -1));
         QCOMPARE(SourceFile::downloadError(file.error()), qint32(FileOpenError));
+        QCOMPARE(file.trouble().code, qint32(FileOpenError));
     }
 
     void roomIsAskedForAndGivenBack()
