@@ -118,6 +118,12 @@ void HttpJob::startTransfer()
     }
     if (m_thread)
         m_thread->abandon();
+    m_thread = nullptr;
+    m_surroundings.turns->wait(this, [this] { startThread(); });
+}
+
+void HttpJob::startThread()
+{
     m_thread =
         new HttpThread(this, m_surroundings.options.outputFolder, m_surroundings.delays.stall);
     m_startTick = platform::tickCount();
@@ -131,6 +137,7 @@ void HttpJob::startTransfer()
 
 void HttpJob::stopThread()
 {
+    m_surroundings.turns->leave(this);
     if (m_thread) {
         m_thread->abandon();
         m_thread = nullptr;

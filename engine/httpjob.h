@@ -61,6 +61,7 @@ public slots:
 
 private:
     void startTransfer();
+    void startThread();
     void stopThread();
     void prepareConversion();
     void onSourceCut();

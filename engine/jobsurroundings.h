@@ -1,6 +1,9 @@
 #pragma once
 
 #include "securehosts.h"
+#include "transferturns.h"
+
+#include <memory>
 
 class CJSLib;
 class Options;
@@ -24,4 +27,6 @@ struct JobSurroundings
     const CJSLib &scripts;
     RetryDelays delays;
     SecureHosts secureHosts = {};
+    // Shared by all jobs of a list.
+    std::shared_ptr<TransferTurns> turns = std::make_shared<TransferTurns>();
 };

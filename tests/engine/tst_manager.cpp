@@ -135,6 +135,21 @@ private slots:
         QCOMPARE(m_site.server.requests("/removed").size(), 1);
     }
 
+    void transfersBeginOneAfterTheOther()
+    {
+        m_site.server.setResponse("/stream", EngineFixture::stream(1000));
+        DownloaderManager manager(EngineFixture::surroundings());
+        for (int i = 0; i < 4; ++i)
+            manager.addJob(m_site.info());
+        QCOMPARE(manager.jobs().at(0)->findChildren<QThread *>().size(), 1);
+        for (const int later : {1, 2, 3})
+            QVERIFY(manager.jobs().at(later)->findChildren<QThread *>().isEmpty());
+        QVERIFY(manager.pauseJob(3) && manager.removeJob(2, true)); // their turns are nobody's now
+        QTRY_COMPARE(manager.findJob(4)->record.video_state, JobState::Finished);
+        QTRY_COMPARE(manager.findJob(1)->record.video_state, JobState::Finished);
+        QCOMPARE(m_site.server.requests("/stream").size(), 2);
+    }
+
     void threadThatCannotBeStartedIsTriedAgain()
     {
         m_site.server.setResponse("/stream", EngineFixture::stream(1000));
