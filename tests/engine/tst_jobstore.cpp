@@ -190,13 +190,17 @@ private slots:
     {
         QFETCH(bool, wholeFolder);
         QFETCH(QByteArray, inItsPlace);
+        const QString aside = m_path + ".replaced"_q;
         DownloaderManager manager(EngineFixture::surroundings());
         QVERIFY(addJob(manager) && m_database->Save(manager.records()));
         QVERIFY(wholeFolder ? QDir(m_folder).removeRecursively() : QFile::remove(m_path));
-        QVERIFY(inItsPlace.isEmpty() || writeFile(m_path, inItsPlace));
+        if (!inItsPlace.isEmpty()) { // it stays, and nothing is saved, while it cannot be put aside
+            QVERIFY(writeFile(m_path, inItsPlace) && QFile::link("/nowhere/x"_q, aside));
+            QVERIFY(!m_database->Save(manager.records()) && QFile::remove(aside));
+        }
         QVERIFY(m_database->Save(manager.records()));
         QCOMPARE(storedJobs(), 1);
-        QCOMPARE(readFile(m_path + ".replaced"_q), inItsPlace);
+        QCOMPARE(readFile(aside), inItsPlace);
     }
 
     // Whatever has changed: the table is as if it had been written from the beginning, and nothing
