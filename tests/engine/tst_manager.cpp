@@ -48,7 +48,9 @@ private slots:
         QCOMPARE(manager.findJob(7), manager.jobs().at(2).get());
         QVERIFY(manager.removeJob(7, false));
         QVERIFY(!manager.findJob(7) && !manager.startJob(7) && !manager.removeJob(99, false));
-        QCOMPARE(manager.addJob(m_site.info())->record.id, 8);
+        Options::instance()->sourceQuality = 2;
+        const JobRecord &added = manager.addJob(m_site.info())->record;
+        QVERIFY(added.id == 8 && added.quality_index == 2); // as set by then
     }
 
     void endsAreAnnounced()
