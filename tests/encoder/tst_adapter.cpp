@@ -184,7 +184,8 @@ private slots:
             "holds no sound");
         row("no packets", "-vn", "#!ffmpeg -i - -vn -t 0 -f wav \"$out\"", 1,
             "holds nothing to play");
-        row("cover only", "", "", 1, "the video has no picture", cover);
+        row("cover only", "", "#!ffmpeg \"$@\"; exec sleep 99", 1, "the video has no picture",
+            cover);
         row("sound by its name", "-f wav " + m_sandbox.path("x.WAV"_q).toUtf8(), "", 0, "0x0");
         row("picture lost", "", "#!ffmpeg -i - -vn -acodec copy -f mp4 \"$out\"", 1,
             "holds no picture");
