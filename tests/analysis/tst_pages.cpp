@@ -150,7 +150,10 @@ private slots:
             for (const QByteArray &cookie : row.sent)
                 response.headers.append({"Set-Cookie", cookie});
             m_server.setResponse("/", response);
-            QCOMPARE(Cookies().start(m_server.url()), QString::fromLatin1(row.expected));
+            Cookies cookies;
+            const QSignalSpy finished(&cookies, &Cookies::sigFinished);
+            QCOMPARE(cookies.start(m_server.url()), QString::fromLatin1(row.expected));
+            QCOMPARE(finished.at(0).at(0).toInt(), row.status == 404 ? 404 : 1);
         }
         HttpResponse large;
         large.headers = {{"Set-Cookie", "a=1"}};
