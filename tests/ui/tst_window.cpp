@@ -21,15 +21,12 @@
 #include <QTabBar>
 
 // The window over real stores, with an update server that refuses, and what stands beside it.
-class WindowTest final : public QObject
+class WindowTest final : public SandboxTest
 {
     Q_OBJECT
 
 public:
-    explicit WindowTest(Sandbox &sandbox)
-        : m_sandbox(sandbox)
-    {
-    }
+    using SandboxTest::SandboxTest;
 
 private slots:
     void init()
@@ -195,10 +192,7 @@ private slots:
     void sessionThatEndsDuringTheStartEndsIt()
     {
         storeJobs({JobState::Start});
-        {
-            const MainWindow window(true, nullptr, [] { return true; });
-            QVERIFY(!window.isVisible());
-        }
+        QVERIFY(!MainWindow(true, nullptr, [] { return true; }).isVisible());
         QCOMPARE(storedPages(), QStringList({"-"_q, "1"_q}));
     }
 
@@ -238,6 +232,9 @@ private slots:
                 QVERIFY2(!taken.intersects(place) && window.rect().contains(place), name);
                 taken += place;
             }
+            const ModalDriver person("DlgAbout");
+            QTest::mouseClick(child<QPushButton>(window, "btnAbout"), Qt::LeftButton);
+            QCOMPARE(person.seen(), 1);
             const DlgSettings dialog(*Options::instance());
             const auto *box = child<QCheckBox>(dialog, "checkBoxAuto");
             QStyleOptionButton tick;
@@ -317,9 +314,8 @@ private:
         job->record.video_state = state;
         // What runs cannot go on: there is no such format any more.
         job->record.output_format = state == JobState::Start ? 99999 : 0;
-        HttpJob *added = job.get();
         manager->addLoadedJob(std::move(job));
-        return added;
+        return manager->jobs().back().get();
     }
 
     // As another program sees the stored list.
@@ -345,7 +341,6 @@ private:
         QVERIFY(database.Save(manager.records()));
     }
 
-    Sandbox &m_sandbox;
     QString m_listPath;
 };
 
