@@ -1,5 +1,7 @@
 #include "awaitedget.h"
 
+#include "siteaccess.h"
+
 #include <QEventLoop>
 #include <QNetworkCookieJar>
 #include <QThread>
@@ -61,9 +63,7 @@ const QNetworkReply *AwaitedGet::get(QNetworkRequest request)
 {
     releaseReply(m_reply, this);
     m_untrusted.clear();
-    // What a site or a manifest says must not reach the files of this computer.
-    const QString scheme = request.url().scheme();
-    if (isStopped() || (scheme != QLatin1String("http") && scheme != QLatin1String("https")))
+    if (isStopped() || !isWeb(request.url()))
         return nullptr;
     request.setTransferTimeout(m_timeout);
     m_reply = m_manager.get(request);

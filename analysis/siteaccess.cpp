@@ -16,12 +16,14 @@ bool isHttps(const QUrl &url)
 {
     return url.scheme() == QLatin1String("https");
 }
+} // namespace
 
 bool isWeb(const QUrl &url)
 {
     return isHttps(url) || url.scheme() == QLatin1String("http");
 }
 
+namespace {
 // It would not be here without a host that is known, but what follows may be no port.
 bool isValid(const QString &page)
 {

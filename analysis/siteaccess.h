@@ -6,6 +6,10 @@
 class QUrl;
 struct SecureHosts;
 
+// True for http and https. What a site or a manifest says must not reach the files of this
+// computer.
+bool isWeb(const QUrl &url);
+
 // How a site wants its pages and streams to be asked for. Everybody who fetches for a page is
 // handed the same one, made by siteAccess(). Plain data and functions that only look at what they
 // are given; any thread.
@@ -34,8 +38,8 @@ struct SiteAccess
     QString (*streamAddress)(const QString &text);
     QString (*keptAddress)(const QString &streamAddress); // as a job keeps it and asks for it
 
-    bool
-        pagesRefused; // whatever a stream's answer says that is a page is none, also with a charset
+    // Whatever a stream's answer says that is a page is none, also with a charset.
+    bool pagesRefused;
     bool tellsReasons; // the person is told why a page was not obtained
 
     // What the bundled site's pages, and those of the supported host, are asked for with.

@@ -24,3 +24,14 @@ function(reelkeeper_library name)
     target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
     target_link_libraries(${name} PUBLIC ${ARG_LINK} reelkeeper_settings)
 endfunction()
+
+# reelkeeper_beside(target file): the file lies beside the program, which looks for it there.
+function(reelkeeper_beside target file)
+    cmake_path(GET file FILENAME name)
+    set(copy ${CMAKE_BINARY_DIR}/bin/${name})
+    add_custom_command(OUTPUT ${copy}
+        COMMAND ${CMAKE_COMMAND} -E copy ${file} ${copy}
+        DEPENDS ${file}
+        VERBATIM)
+    add_custom_target(${target} ALL DEPENDS ${copy})
+endfunction()
